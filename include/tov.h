@@ -1,0 +1,371 @@
+/*
+ * tov: exact image processing on images in memory, plain or tiled.
+ *
+ * Conventions of the whole interface
+ *
+ * Images. Every picture is described by a TovImage header. The caller owns headers, pixels, regions, masks and tile
+ * records; the library borrows them for the length of a call. Image parameters are not const, since some operations
+ * lend a header's maskROI for the length of a call and put it back.
+ *
+ * Regions. An image is processed from the first pixel of its own region (roi), or from its first pixel without one.
+ * Where several images take part, the rectangle has the smallest width and the smallest height of their regions,
+ * whatever the offsets of those. A region that reaches beyond the right or bottom edge is clipped; one that begins
+ * beyond them is empty, and the operation ends having done nothing. Pixels outside the rectangle keep their values.
+ *
+ * Channels. Without a channel of interest (roi->coi is 0) all channels are processed but alpha, which is left alone;
+ * with one, that channel alone, which may be alpha.
+ *
+ * Masks. maskROI is a plain 1-bit image whose first region pixel belongs to the first region pixel of its owner. Where
+ * a mask's bit is clear the destination keeps its value. Several masks in one call are combined by a logical and.
+ *
+ * Errors. Operations on images return nothing. A failure is reported to the calling thread's handler (see
+ * TovErrorCallback) and leaves a negative status that tovGetErrStatus gives; success never clears it. The handler that a
+ * thread starts with ends the process with exit code 1: an application that wants to go on after a failure installs
+ * its own by tovRedirectError, on each thread that calls the library. A destination is untouched after a report, unless
+ * the operation says otherwise; of a tiled image, the rectangles already done stay written.
+ *
+ * Threads. Any thread may call any operation. Status and handler belong to the thread; the library holds no lock and
+ * starts no thread, and callbacks run on the calling thread. A record that is in use by one call must not be used by
+ * another call at the same time.
+ */
+#ifndef TOV_H
+#define TOV_H
+
+#include <stdint.h>
+
+#if defined(_WIN32)
+#define TOV_API __declspec(dllimport)
+#if defined(TOV_BUILDING)
+#undef TOV_API
+#define TOV_API __declspec(dllexport)
+#endif
+#elif defined(__GNUC__)
+#define TOV_API __attribute__((visibility("default")))
+#else
+#define TOV_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Status
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/* 0 is success, failures are negative. A fault found in an image's mask is the image's own code minus 100. */
+typedef int32_t TovStatus;
+
+enum {
+    TOV_STS_OK = 0,
+    TOV_STS_BACKTRACE = -1,          /* an inner operation has reported a failure; one such report per level */
+    TOV_STS_TILE_FAILURE = -2,       /* a tile could not be had */
+    TOV_STS_INTERNAL = -3,           /* bad internal state */
+    TOV_STS_NO_MEMORY = -4,          /* out of memory */
+    TOV_STS_BAD_ARG = -5,            /* bad argument; the report's context says which */
+    TOV_STS_UNSUPPORTED = -6,        /* unsupported function */
+    TOV_STS_NO_CONVERGENCE = -7,     /* iteration failed to converge */
+    TOV_STS_AUTOTRACE = -8,          /* automatic trace, never a failure */
+    TOV_STS_NULL_IMAGE = -9,         /* null image header */
+    TOV_STS_BAD_IMAGE_SIZE = -10,    /* width, height or imageSize */
+    TOV_STS_BAD_ROI_OFFSET = -11,    /* negative offset of a region */
+    TOV_STS_BAD_DATA_OR_TILE = -12,  /* imageData and tileInfo both null or both set */
+    TOV_STS_BAD_WIDTHSTEP = -13,     /* widthStep */
+    TOV_STS_BAD_COLOR_SEQ = -14,     /* colour model or channel sequence */
+    TOV_STS_BAD_CHANNELS = -15,      /* number of channels */
+    TOV_STS_BAD_1U_CHANNELS = -16,   /* a 1-bit image of several channels */
+    TOV_STS_BAD_DEPTH = -17,         /* depth */
+    TOV_STS_BAD_ALPHA_CHANNEL = -18, /* an alpha channel that is not the last channel */
+    TOV_STS_BAD_DATA_ORDER = -19,    /* data order */
+    TOV_STS_BAD_ORIGIN = -20,        /* origin */
+    TOV_STS_BAD_ALIGN = -21,         /* row alignment */
+    TOV_STS_NULL_CALLBACK = -22,     /* a tile record without callback */
+    TOV_STS_BAD_TILE_SIZE = -23,     /* a tile size that is not a positive multiple of 8 */
+    TOV_STS_BAD_COI = -24,           /* channel of interest */
+    TOV_STS_BAD_ROI_SIZE = -25,      /* an empty region */
+    TOV_STS_TILED_MASK = -26         /* a tiled mask */
+};
+
+/*
+ * An error handler. status is the failure; funcName names the operation, context says what was found, file names the
+ * source module and line the report's line there. All texts are static. The result matters only for reports of
+ * TOV_STS_BACKTRACE: 0 lets some operations run on, anything else ends them.
+ */
+typedef TovStatus (*TovErrorCallback)(TovStatus status, const char* funcName, const char* context, const char* file,
+                                      int32_t line);
+
+/* The library's version; a static record of static texts. */
+typedef struct TovLibVersion {
+    int32_t major;
+    int32_t minor;
+    int32_t build;
+    const char* name;
+    const char* version;
+    const char* internalVersion;
+    const char* buildDate;
+    const char* compilerTag;
+} TovLibVersion;
+
+/* Returns the calling thread's status: that of its last failure, or what tovSetErrStatus stored since. 0 at first. */
+TOV_API TovStatus tovGetErrStatus(void);
+
+/* Stores status, any value, as the calling thread's status. tovSetErrStatus(TOV_STS_OK) clears a failure. */
+TOV_API void tovSetErrStatus(TovStatus status);
+
+/*
+ * Installs handler for the calling thread and returns the one that was in force. Null installs the default handler,
+ * which ends the process with exit code 1 and prints nothing.
+ */
+TOV_API TovErrorCallback tovRedirectError(TovErrorCallback handler);
+
+/* Returns a static text for status; "Unknown error or status code" for one that has none. */
+TOV_API const char* tovErrorStr(TovStatus status);
+
+/* Returns the library's static version record. */
+TOV_API const TovLibVersion* tovGetLibVersion(void);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Images
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/* Depths: bits per channel value, with the top bit for signed integers. Values are in the machine's byte order. */
+#define TOV_DEPTH_SIGN UINT32_C(0x80000000)
+#define TOV_DEPTH_1U UINT32_C(1) /* 8 pixels a byte, the leftmost in the most significant bit; one channel only */
+#define TOV_DEPTH_8U UINT32_C(8)
+#define TOV_DEPTH_8S UINT32_C(0x80000008)
+#define TOV_DEPTH_16U UINT32_C(16)
+#define TOV_DEPTH_16S UINT32_C(0x80000010)
+#define TOV_DEPTH_32S UINT32_C(0x80000020)
+#define TOV_DEPTH_32F UINT32_C(32) /* IEEE single precision */
+
+enum {
+    TOV_DATA_ORDER_PIXEL = 0, /* channels interleaved */
+    TOV_DATA_ORDER_PLANE = 1  /* one plane per channel, height * widthStep bytes apart */
+};
+
+enum {
+    TOV_ORIGIN_TL = 0, /* the first stored row is the top one */
+    TOV_ORIGIN_BL = 1  /* the first stored row is the bottom one */
+};
+
+/* Row alignment in bytes. */
+enum { TOV_ALIGN_4BYTES = 4, TOV_ALIGN_8BYTES = 8, TOV_ALIGN_16BYTES = 16, TOV_ALIGN_32BYTES = 32 };
+
+/* What operations on neighbourhoods read beyond an image's edge. */
+enum {
+    TOV_BORDER_CONSTANT = 0,  /* the side's borderConst */
+    TOV_BORDER_REPLICATE = 1, /* the nearest edge pixel */
+    TOV_BORDER_REFLECT = 2,   /* mirrored, the edge pixel repeated: -1 reads 0, -2 reads 1 */
+    TOV_BORDER_WRAP = 3       /* the other side, modulo the image's size */
+};
+
+/* Sides: the entries of borderMode and borderConst. TOV_SIDE_BIT(side) is a side's bit in a side mask. */
+enum { TOV_SIDE_TOP = 0, TOV_SIDE_BOTTOM = 1, TOV_SIDE_LEFT = 2, TOV_SIDE_RIGHT = 3 };
+#define TOV_SIDE_BIT(side) (1 << (side))
+#define TOV_SIDES_ALL 15
+
+/* What tovDeallocate frees. */
+enum {
+    TOV_IMAGE_HEADER = 1,
+    TOV_IMAGE_DATA = 2,
+    TOV_IMAGE_ROI = 4,
+    TOV_IMAGE_TILE = 8,
+    TOV_IMAGE_MASK = 16,
+    TOV_IMAGE_ALL = 31
+};
+
+typedef struct TovImage TovImage;
+
+/* A region of interest. */
+typedef struct TovROI {
+    int32_t coi;     /* 0: all channels; n: the one-based channel n alone */
+    int32_t xOffset; /* left edge in pixels, not negative */
+    int32_t yOffset; /* first row, not negative */
+    int32_t width;   /* in pixels, at least 1; may reach beyond the image */
+    int32_t height;  /* in rows, at least 1; may reach beyond the image */
+} TovROI;
+
+/* The modes of a tile callback. */
+enum { TOV_TILE_READ = 1, TOV_TILE_WRITE = 2, TOV_TILE_RELEASE = 4 };
+
+/*
+ * A tile server. For TOV_TILE_READ and TOV_TILE_WRITE it stores into image->tileInfo->tileData the address of tile
+ * (xIndex, yIndex) with its current contents, or null if the tile can't be had; the library reads the field at once.
+ * TOV_TILE_RELEASE ends the use of a tile: one got for writing is then final. Each answer stays valid until its own
+ * release; several tiles may be held at once, of one image or of several. image is the header as the operation holds
+ * it, with the caller's tileInfo and imageId. After a failure a tile whose request gave null is not released.
+ */
+typedef void (*TovTileCallback)(TovImage* image, int32_t xIndex, int32_t yIndex, int32_t mode);
+
+/*
+ * Describes a tiled image. Tile (col, row) holds the columns from col * width and the rows from row * height on, stored
+ * like a small plain image of full tile size with the nChannels, depth, dataOrder and align of its image.
+ */
+typedef struct TovTileInfo {
+    TovTileCallback callBack;
+    void* id;          /* the caller's own word */
+    uint8_t* tileData; /* the callback's answer */
+    int32_t width;     /* of a tile in pixels, a positive multiple of 8 */
+    int32_t height;    /* of a tile in rows, a positive multiple of 8 */
+} TovTileInfo;
+
+/* An image header. Either imageData or tileInfo is set. */
+struct TovImage {
+    int32_t headerSize;       /* size of this record in bytes; no operation reads it */
+    int32_t headerVersion;    /* 0; no operation reads it */
+    int32_t nChannels;        /* at least 1, alpha included */
+    int32_t alphaChannel;     /* 0: none; otherwise nChannels: alpha is the last channel */
+    uint32_t depth;           /* TOV_DEPTH_* */
+    char colorModel[4];       /* such as "GRAY" or "RGB", filled up with zeros */
+    char channelSeq[4];       /* such as "G" or "BGRA", filled up with zeros */
+    int32_t dataOrder;        /* TOV_DATA_ORDER_* */
+    int32_t origin;           /* TOV_ORIGIN_*; row y is the y-th stored row in any case */
+    int32_t align;            /* TOV_ALIGN_* */
+    int32_t width;            /* in pixels, at least 1 */
+    int32_t height;           /* in rows, at least 1 */
+    TovROI* roi;              /* null: the whole image, all channels */
+    TovImage* maskROI;        /* null: no mask; otherwise a plain 1-bit image */
+    void* imageId;            /* the caller's own word */
+    TovTileInfo* tileInfo;    /* of a tiled image, else null */
+    int32_t imageSize;        /* bytes of pixel data */
+    uint8_t* imageData;       /* first byte of the first row; null for a tiled image */
+    int32_t widthStep;        /* bytes from one row to the next */
+    int32_t borderMode[4];    /* TOV_BORDER_* by side; the low two bits count */
+    int32_t borderConst[4];   /* by side */
+    uint8_t* imageDataOrigin; /* the block that tovAllocateImage made; null when imageData is the caller's */
+};
+
+/*
+ * Makes a header; no pixels. roi, maskROI and tileInfo are stored as given and stay the caller's. colorModel and
+ * channelSeq are texts of which up to four characters are taken, shorter ones filled up with zeros. widthStep and
+ * imageSize are computed; border settings are the constant 0. roi and tileInfo are examined when the image is used.
+ *
+ * Returns a header that tovDeallocate frees, or null. Reported with the context "Incorrect data-ins", in this order:
+ * TOV_STS_BAD_IMAGE_SIZE, _BAD_CHANNELS, _BAD_1U_CHANNELS, _BAD_COLOR_SEQ (a null text), _BAD_DEPTH,
+ * _BAD_ALPHA_CHANNEL, _BAD_DATA_ORDER, _BAD_ORIGIN, _BAD_ALIGN, the mask's faults, and TOV_STS_BAD_IMAGE_SIZE again for
+ * an image without tileInfo whose rows or pixels exceed 2^31 - 1 bytes. A tiled image is never refused for its size: a
+ * widthStep or imageSize that does not fit is stored as 0. Null without a report means that memory ran out.
+ */
+TOV_API TovImage* tovCreateImageHeader(int32_t nChannels, int32_t alphaChannel, uint32_t depth, const char* colorModel,
+                                       const char* channelSeq, int32_t dataOrder, int32_t origin, int32_t align,
+                                       int32_t width, int32_t height, TovROI* roi, TovImage* maskROI, void* imageId,
+                                       TovTileInfo* tileInfo);
+
+/*
+ * Allocates the pixels of a header that has neither imageData nor tileInfo, at any depth but TOV_DEPTH_32F, and sets
+ * imageData (a multiple of align), imageDataOrigin, imageSize and widthStep. With doFill the whole block, row ends
+ * included, is filled with the low bits of fillValue; otherwise its contents are left open.
+ *
+ * Reports TOV_STS_BAD_ARG for a null image, one that has imageData or tileInfo, and depth TOV_DEPTH_32F; the faults of
+ * the header as tovCreateImageHeader does. When memory runs out nothing is reported and imageData stays null.
+ */
+TOV_API void tovAllocateImage(TovImage* image, int32_t doFill, int32_t fillValue);
+
+/*
+ * Frees the parts of an image that flags names (TOV_IMAGE_*) and sets their fields to null. Null image is ignored.
+ * TOV_IMAGE_DATA frees only what tovAllocateImage made. TOV_IMAGE_MASK frees the mask with its region, data and header,
+ * not a mask of the mask. A roi or tileInfo that the caller made must not be handed over: leave those flags out.
+ */
+TOV_API void tovDeallocate(TovImage* image, int32_t flags);
+
+/*
+ * Sets borderMode to mode and borderConst to constVal, limited to the range of the image's depth, for each side whose
+ * TOV_SIDE_BIT is in sides. image must not be null; it is not validated, and neither is mode.
+ */
+TOV_API void tovSetBorderMode(TovImage* image, int32_t mode, int32_t sides, int32_t constVal);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Arithmetic
+ *
+ * Each destination may be one of the sources. Depths and data orders must agree; origin, align and sizes need not. Each
+ * image contributes the channels that the head of this file says, and the numbers must agree.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed, such as
+ * "(nChSrcA != nChDst)", or with the source or destination whose tile could not be had; TOV_STS_NO_MEMORY with
+ * "Out of memory" when two or more masks could not be merged. Masks without a common pixel end the call in silence.
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * dstImage = srcImageA + srcImageB, limited to the range of the depth. 32-bit float has no limit. 1-bit images take the
+ * logical or. Null srcImageA is TOV_STS_BAD_ARG, "srcImageA==0".
+ */
+TOV_API void tovAdd(TovImage* srcImageA, TovImage* srcImageB, TovImage* dstImage);
+
+/*
+ * dstImage = srcImageA - srcImageB, limited to the range of the depth. 32-bit float has no limit. A 1-bit result is set
+ * where A is set and B is clear.
+ */
+TOV_API void tovSubtract(TovImage* srcImageA, TovImage* srcImageB, TovImage* dstImage);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Copying and filling
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * Copies srcImage to dstImage under the masks of both. depth and origin must agree, and dataOrder unless the images are
+ * 1-bit or have one channel each. Nothing happens when both are the same header.
+ *
+ * The call also ends, without a report, when the thread's status is already negative: clear it by
+ * tovSetErrStatus(TOV_STS_OK) first. Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG for
+ * each of depth, origin and dataOrder that differs, and for differing numbers of channels; TOV_STS_TILE_FAILURE for a
+ * tile; a failure of an inner step is followed by TOV_STS_BACKTRACE.
+ */
+TOV_API void tovCopy(TovImage* srcImage, TovImage* dstImage);
+
+/*
+ * Stores fillValue, limited to the range of the depth, into the region of image under its mask. A 1-bit image with a
+ * mask has its mask inverted in place, and back, for the length of a call with fillValue 0.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_DEPTH for TOV_DEPTH_32F;
+ * TOV_STS_TILE_FAILURE for a tile; a failure of an inner step is followed by TOV_STS_BACKTRACE.
+ */
+TOV_API void tovSet(TovImage* image, int32_t fillValue);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Bitmaps
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/* The published records of a device-independent bitmap, unless the platform's own headers have declared them. */
+#if defined(_WINGDI_) || defined(_WINGDI_H)
+#else
+typedef struct tagBITMAPINFOHEADER {
+    uint32_t biSize;
+    int32_t biWidth;
+    int32_t biHeight; /* negative: the first stored row is the top one */
+    uint16_t biPlanes;
+    uint16_t biBitCount;
+    uint32_t biCompression; /* 0 BI_RGB, 1 BI_RLE8, 2 BI_RLE4, 3 BI_BITFIELDS */
+    uint32_t biSizeImage;
+    int32_t biXPelsPerMeter;
+    int32_t biYPelsPerMeter;
+    uint32_t biClrUsed;
+    uint32_t biClrImportant;
+} BITMAPINFOHEADER;
+
+typedef struct tagRGBQUAD {
+    uint8_t rgbBlue;
+    uint8_t rgbGreen;
+    uint8_t rgbRed;
+    uint8_t rgbReserved;
+} RGBQUAD;
+#endif
+
+/*
+ * Makes an image of a bitmap in memory: header (biSize 40), colour table or masks, and pixels in one block.
+ *
+ * A 1-bit or 8-bit bitmap with an exact gray ramp as its table, a 24-bit one and a 32-bit one without masks are shared:
+ * imageData points into the bitmap, which must outlive the image, and *cloneData is 0. All others are expanded into an
+ * image of their own in plane order, and *cloneData is 1. Bottom-up bitmaps become TOV_ORIGIN_BL images. In a shared
+ * image a 24-bit bitmap's pixels are taken to start right behind the header. The run-length stream of a compressed
+ * bitmap must end with its end-of-bitmap code, since nothing tells its length.
+ *
+ * Returns a header that tovDeallocate(image, TOV_IMAGE_HEADER | TOV_IMAGE_DATA) frees, or null after a report. A
+ * compressed bitmap that can't be decoded is reported and gives the image all the same, its pixels not written.
+ */
+TOV_API TovImage* tovTranslateDIB(BITMAPINFOHEADER* dib, int32_t* cloneData);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* TOV_H */
