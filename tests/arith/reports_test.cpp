@@ -7,6 +7,8 @@
 namespace tovtest {
 namespace {
 
+class ArithReports : public ArithTest {};
+
 Case threeImages(uint32_t depth = TOV_DEPTH_8U) {
     Case c;
     c.number = 4;
@@ -42,7 +44,7 @@ void expectRefusal(const Case& c, const std::function<void(Scene&)>& call, const
     EXPECT_TRUE(scene.server.log.empty()) << c;
 }
 
-TEST_P(ArithTest, ChecksInOrder) {
+TEST_P(ArithReports, ChecksInOrder) {
     const ArithCall& call = GetParam();
     const bool isAdd = call.model.value == addition.value;
     const auto three = [&](Scene& s) { call.run(s[0], s[1], s[2]); };
@@ -97,7 +99,7 @@ TEST_P(ArithTest, ChecksInOrder) {
     expectRefusal(alpha, three, says(-5, "(nChSrcB != nChDst)"));
 }
 
-TEST_P(ArithTest, MergingMasks) {
+TEST_P(ArithReports, MergingMasks) {
     const ArithCall& call = GetParam();
     const auto three = [&](Scene& s) { call.run(s[0], s[1], s[2]); };
     Case c = threeImages();
@@ -118,7 +120,7 @@ TEST_P(ArithTest, MergingMasks) {
     }, {}, -7);
 }
 
-TEST_P(ArithTest, FloatsAreRefusedByBitOperations) {
+TEST_P(ArithReports, FloatsAreRefusedByBitOperations) {
     const ArithCall& call = GetParam();
     if (call.floats) return;
     const auto three = [&](Scene& s) { call.run(s[0], s[1], s[2]); };
@@ -136,7 +138,7 @@ TEST_P(ArithTest, FloatsAreRefusedByBitOperations) {
     expectRefusal(c, three, {{-5, call.funcName, "(nChSrcA != nChDst)", call.file}});
 }
 
-TEST_P(ArithTest, OneBitImages) {
+TEST_P(ArithReports, OneBitImages) {
     const ArithCall& call = GetParam();
     const bool isAdd = call.model.value == addition.value; // hands over to tovOr, which reports
     const char* name = isAdd ? "tovOr" : call.funcName;
@@ -146,7 +148,7 @@ TEST_P(ArithTest, OneBitImages) {
     expectRefusal(c, [&](Scene& s) { call.run(s[0], nullptr, s[2]); }, {{-9, name, "Incorrect Image", file}});
     c.images[2].depth = TOV_DEPTH_8U;
     expectRefusal(c, three, {{-5, name, "(srcImageA->depth != dstImage->depth)", file}});
-    c.images[0].align = 0;
+    c.images[0].align = 5;
     expectRefusal(c, three, {{-21, name, "Incorrect Image", file}});
     c = threeImages(); // 1-bit sources are looked for in A alone
     c.images[1].depth = TOV_DEPTH_1U;
@@ -154,7 +156,7 @@ TEST_P(ArithTest, OneBitImages) {
     expectRefusal(c, three, {{-5, call.funcName, "(srcImageB->depth != dstImage->depth)", call.file}});
 }
 
-TEST_P(ArithTest, EachTileFailsInTurn) {
+TEST_P(ArithReports, EachTileFailsInTurn) {
     const ArithCall& call = GetParam();
     Sweep sweep;
     sweep.product = [&](Scene& s) { call.run(s[0], s[1], s[2]); };
@@ -165,6 +167,7 @@ TEST_P(ArithTest, EachTileFailsInTurn) {
     int tiled = 0;
     for (uint64_t number = 0; number < 150 && !HasFailure(); ++number) {
         const Case c = drawCase(number, sweep.family);
+        if (c.images[1].sameAs == 0) continue; // A and B can't be told apart by the request
         for (int i = 0; i < 3; ++i) tiled += c.images[c.resolve(i)].tileWidth > 0;
         const bool handedOver = isAdd && c.images[0].depth == TOV_DEPTH_1U;
         failEachTile(c, sweep, true, [&](const TileEvent& failed) {
@@ -177,7 +180,7 @@ TEST_P(ArithTest, EachTileFailsInTurn) {
     EXPECT_GT(tiled, 20);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, ArithTest, testing::ValuesIn(arithCalls), arithName);
+INSTANTIATE_TEST_SUITE_P(All, ArithReports, testing::ValuesIn(arithCalls), arithName);
 
 TEST(XorS, ChecksInOrder) {
     const auto two = [](Scene& s) { tov::tovXorS(s[0], s[1], 5); };

@@ -115,17 +115,18 @@ std::vector<Fault> faultsInOrder(bool tiled) {
     return faults;
 }
 
-// Later faults are made first, so that of two faults in one field the earlier one stands. Faults in a mask's channels
-// and alpha would meet in another way than in order, and are left to the single test.
+// Later faults are made first, so that of two faults in one field the earlier one stands. Left out are pairs that do
+// not combine: a mask's channels with the rest of its faults, and a missing tile record with faults in it.
 TEST(CheckImage, OfTwoFaultsTheEarlierWins) {
     ReportLog log;
     for (bool tiled : {false, true}) {
         const std::vector<Fault> faults = faultsInOrder(tiled);
         for (std::size_t first = 0; first < faults.size(); ++first) {
             for (std::size_t second = first; second < faults.size(); ++second) {
-                if (faults[second].status == -116 && first != second) continue;
-                if (tiled && first < 2 && faults[second].status <= -22 && faults[second].status >= -23) continue;
-                if (faults[first].status == -116 && first != second) continue;
+                const bool channelsOfMask = faults[first].status == -116 || faults[second].status == -116;
+                const bool ofRecord = faults[second].status == -22 || faults[second].status == -23;
+                const bool noRecord = tiled && first < 2 && (second == 1 || ofRecord);
+                if (first != second && (channelsOfMask || noRecord)) continue;
                 Sound sound(tiled);
                 faults[second].make(sound.image);
                 faults[first].make(sound.image);

@@ -44,6 +44,7 @@ struct Case {
 
     // The image that plays a role.
     ImageSpec& at(int role) { return images[resolve(role)]; }
+    const ImageSpec& at(int role) const { return images[resolve(role)]; }
     int resolve(int role) const { return images[role].sameAs < 0 ? role : images[role].sameAs; }
 };
 std::ostream& operator<<(std::ostream& out, const ImageSpec& spec);
