@@ -63,6 +63,7 @@ check-layering:
 
 docs:
 	$(setup) docs
+	mkdir -p build
 	doxygen Doxyfile
 	@echo "build/docs/html/index.html"
 

@@ -18,5 +18,5 @@ root=$(pwd)
 [ $# -gt 0 ] || set -- "^$root/(src|bench|examples)/"
 "$runner" -quiet -p build/clang -j "${JOBS:-2}" "$@" >"$log" 2>&1 || status=$?
 # What is left out is the runner's own account of its commands and of warnings it has not shown.
-grep -Ev '^clang-tidy|^[0-9]+ warnings? generated|^$|^Enabled checks' "$log" || true
+sed 's/\x1b\[[0-9;]*m//g' "$log" | grep -Ev '^clang-tidy|^[0-9]+ warnings? generated|^$|^Enabled checks' || true
 exit $status
