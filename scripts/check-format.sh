@@ -1,5 +1,5 @@
 #!/bin/sh
-# Checks the layout of every tracked C and C++ file against .clang-format; with --fix, puts it right.
+# Checks the layout of every C and C++ file against .clang-format; with --fix, puts it right.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -11,4 +11,5 @@ fi
 
 mode="--dry-run -Werror"
 [ "${1:-}" = --fix ] && mode=-i
-git ls-files -z --cached --others --exclude-standard '*.c' '*.h' '*.cpp' | xargs -0 -r "$clangFormat" --style=file $mode
+find include src tests bench examples \( -name '*.h' -o -name '*.c' -o -name '*.cpp' \) -print0 |
+    xargs -0 -r "$clangFormat" --style=file $mode

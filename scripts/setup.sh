@@ -40,7 +40,6 @@ for group in "$@"; do
             need clang clang++
             need clang-format clang-format
             need clang-tidy clang-tidy
-            need git git
             need python3 python3
             ;;
         docs)
@@ -59,6 +58,13 @@ for package in $optional; do
     need "$package"
 done
 wished=$missing
+
+# An optional package that could not be had is not asked for again before the next `make clean`.
+cd "$(dirname "$0")/.."
+tried=build/optional-packages-tried
+if [ -n "$wished" ] && [ "$(cat $tried 2>/dev/null)" = "$wished" ]; then
+    wished=
+fi
 
 [ -z "$required$wished" ] && exit 0
 
@@ -91,6 +97,14 @@ if [ -n "$required" ] && ! install $required; then
     echo "Please install these packages, then try again:$required" >&2
     exit 1
 fi
+failed=
 for package in $wished; do
-    install "$package" || echo "Going on without $package" >&2
+    if ! install "$package"; then
+        echo "Going on without $package" >&2
+        failed="$failed $package"
+    fi
 done
+if [ -n "$failed" ]; then
+    mkdir -p build
+    echo "$failed" >$tried
+fi
