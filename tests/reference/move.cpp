@@ -1,0 +1,120 @@
+// Copying keeps every bit of a value, so it moves raw bits; it is sequential, since memory may overlap.
+#include "reference/move.h"
+
+#include <cstring>
+
+#include "reference/walks.h"
+
+namespace tovtest {
+namespace {
+
+// Forwards: single bytes until the target's address is a multiple of 4, then words, then the rest.
+void copyBytes(const uint8_t* source, uint8_t* target, std::size_t count) {
+    const auto byte = [&] {
+        *target++ = *source++;
+        --count;
+    };
+    if (count >= 4) {
+        while (reinterpret_cast<uintptr_t>(target) % 4 != 0) byte();
+    }
+    for (; count >= 4; count -= 4, source += 4, target += 4) {
+        uint8_t word[4];
+        std::memcpy(word, source, 4);
+        std::memcpy(target, word, 4);
+    }
+    while (count > 0) byte();
+}
+
+// dst = (dst and not mask) or (src and mask), in the three steps of which a tile server sees the requests.
+void copyMaskedBits(Scene& scene, TestImage& src, TestImage& dst, const Common& common) {
+    const Area from = regionOf(src), to = regionOf(dst);
+    const auto each = [&](auto&& step) {
+        for (int32_t j = 0; j < common.height; ++j) {
+            for (int32_t i = 0; i < common.width; ++i) {
+                if (common.allows(i, j)) step(i, j);
+            }
+        }
+    };
+    each([&](int32_t i, int32_t j) { setSample(dst, to.x + i, to.y + j, 0, 0); });
+    if (dst.tiled()) logBands(scene, {}, dst, common.width, common.height);
+    std::vector<std::pair<int32_t, int32_t>> ones;
+    each([&](int32_t i, int32_t j) {
+        if (getSample(src, from.x + i, from.y + j, 0) != 0) ones.emplace_back(i, j);
+    });
+    if (src.tiled()) { // read only, so it stands in the destination's place of no walk
+        const std::size_t first = scene.server.log.size();
+        logBands(scene, {}, src, common.width, common.height);
+        for (std::size_t k = first; k < scene.server.log.size(); ++k) {
+            if (scene.server.log[k].mode == TOV_TILE_WRITE) scene.server.log[k].mode = TOV_TILE_READ;
+        }
+    }
+    for (const auto& [i, j] : ones) setSample(dst, to.x + i, to.y + j, 0, 1);
+    if (dst.tiled()) logBands(scene, {}, dst, common.width, common.height);
+    ++scene.notes["composed"];
+}
+
+} // namespace
+
+void copyImage(Scene& scene, TestImage& src, TestImage& dst) {
+    if (&src == &dst) return;
+    const Common common({&src, &dst}, masksOf({&src, &dst}));
+    if (common.empty()) return;
+    const Area from = regionOf(src), to = regionOf(dst);
+    const uint32_t depth = src.header.depth;
+    if (depth == TOV_DEPTH_1U && common.masked()) return copyMaskedBits(scene, src, dst, common);
+    const bool tiled = src.tiled() || dst.tiled();
+    if (tiled) logBlocks(scene, &src, dst, common.width, common.height);
+    if (common.masked()) ++scene.notes["masked"];
+
+    const std::vector<int> srcChannels = channelsOf(src), dstChannels = channelsOf(dst);
+    const std::size_t count = srcChannels.size();
+    const bool planes = src.header.dataOrder == TOV_DATA_ORDER_PLANE;
+    const auto whole = [&](const TestImage& i) { return channelsOf(i).size() == std::size_t(i.header.nChannels); };
+    const bool runs = planes || (src.header.nChannels == dst.header.nChannels && whole(src) && whole(dst));
+    if (!tiled && !common.masked() && depth != TOV_DEPTH_1U && runs) {
+        const std::size_t pixel = static_cast<std::size_t>(src.spec.bits() / 8) * (planes ? 1 : count);
+        for (std::size_t c = 0; c < (planes ? count : 1); ++c) {
+            for (int32_t j = 0; j < common.height; ++j) {
+                copyBytes(placeOf(src, from.x, from.y + j, srcChannels[c]).address,
+                          placeOf(dst, to.x, to.y + j, dstChannels[c]).address, common.width * pixel);
+            }
+        }
+        ++scene.notes["runs"];
+        return;
+    }
+    ++scene.notes[tiled ? "tiles" : "pixels"];
+    for (int32_t j = 0; j < common.height; ++j) {
+        for (int32_t i = 0; i < common.width; ++i) {
+            if (!common.allows(i, j)) continue;
+            for (std::size_t c = 0; c < count; ++c) {
+                const Place a = placeOf(src, from.x + i, from.y + j, srcChannels[c]);
+                const Place b = placeOf(dst, to.x + i, to.y + j, dstChannels[c]);
+                writeBits(b.address, b.bit, depth, readBits(a.address, a.bit, depth));
+            }
+        }
+    }
+}
+
+void setImage(Scene& scene, TestImage& image, int32_t fillValue) {
+    const Common common({&image}, masksOf({&image}));
+    if (common.empty()) return;
+    const uint32_t depth = image.header.depth;
+    const Area region = regionOf(image);
+    for (int32_t j = 0; j < common.height; ++j) {
+        for (int32_t i = 0; i < common.width; ++i) {
+            for (int c : channelsOf(image)) {
+                if (common.allows(i, j)) setSample(image, region.x + i, region.y + j, c, saturate(fillValue, depth));
+            }
+        }
+    }
+    if (common.masked()) ++scene.notes["masked"];
+    if (!image.tiled()) return;
+    ++scene.notes["tiles"];
+    if (depth == TOV_DEPTH_1U && common.masked()) {
+        logBands(scene, {}, image, common.width, common.height);
+    } else {
+        logBlocks(scene, nullptr, image, common.width, common.height);
+    }
+}
+
+} // namespace tovtest

@@ -1,0 +1,36 @@
+// Runs random cases through the product and a model, and compares all that can be seen.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "support/scene.h"
+
+namespace tovtest {
+
+struct Sweep {
+    Family family;
+    int cases;
+    std::function<void(Scene&)> product; // the call
+    std::function<void(Scene&)> model;   // fills pixels, reports, status and server.log of its scene
+    std::vector<std::string> mustMeet;   // notes that the model must have made in many cases
+    bool compareTileLog = true;
+};
+
+// Reports the first few cases that differ as test failures. With TOV_CASE=n in the environment, case n alone is run.
+void runSweep(const Sweep& sweep);
+
+// Product and model on one case; an empty text if they agree.
+std::string compareCase(const Case& c, const Sweep& sweep, std::map<std::string, int>* notes = nullptr);
+
+// Lets each tile request of a case fail in turn. The reports must be those of `reportsOf` for the image whose tile failed
+// and the mode; what was asked before stays as without the failure; no tile stays held; every byte is that of before or
+// that of a full run. In `bands`, tiles held at the failure are released after the report, in the order of the images.
+void failEachTile(const Case& c, const Sweep& sweep, bool bands,
+                  const std::function<Reports(const TileEvent& failed)>& reportsOf);
+
+template <typename T>
+std::string list(const std::vector<T>& items);
+
+} // namespace tovtest
