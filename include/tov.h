@@ -19,8 +19,8 @@
  * a mask's bit is clear the destination keeps its value. Several masks in one call are combined by a logical and.
  *
  * Errors. Operations on images return nothing. A failure is reported to the calling thread's handler (see
- * TovErrorCallback) and leaves a negative status that tovGetErrStatus gives; success never clears it. The handler that a
- * thread starts with ends the process with exit code 1: an application that wants to go on after a failure installs
+ * TovErrorCallback) and leaves a negative status that tovGetErrStatus gives; success never clears it. The handler that
+ * a thread starts with ends the process with exit code 1: an application that wants to go on after a failure installs
  * its own by tovRedirectError, on each thread that calls the library. A destination is untouched after a report, unless
  * the operation says otherwise; of a tiled image, the rectangles already done stay written.
  *

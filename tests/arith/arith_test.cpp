@@ -29,9 +29,7 @@ Sweep sweepOf(const ArithCall& call) {
     return sweep;
 }
 
-TEST_P(ArithTest, MatchesTheModel) {
-    runSweep(sweepOf(GetParam()));
-}
+TEST_P(ArithTest, MatchesTheModel) { runSweep(sweepOf(GetParam())); }
 
 TEST(XorS, MatchesTheModel) {
     Sweep sweep;

@@ -24,12 +24,8 @@ inline const ArithCall arithCalls[] = {{"tovAdd", "tovadd", tovAdd, addition, tr
 // The same tests over all of them.
 class ArithTest : public testing::TestWithParam<ArithCall> {};
 
-inline std::string arithName(const testing::TestParamInfo<ArithCall>& info) {
-    return info.param.funcName;
-}
+inline std::string arithName(const testing::TestParamInfo<ArithCall>& info) { return info.param.funcName; }
 
-inline void PrintTo(const ArithCall& call, std::ostream* out) {
-    *out << call.funcName;
-}
+inline void PrintTo(const ArithCall& call, std::ostream* out) { *out << call.funcName; }
 
 } // namespace tovtest

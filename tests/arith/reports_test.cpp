@@ -77,10 +77,13 @@ TEST_P(ArithReports, ChecksInOrder) {
         expectRefusal(c, three, says(row.status, row.context));
     }
     const Case sound = threeImages();
-    expectRefusal(sound, [&](Scene& s) { call.run(nullptr, s[1], s[2]); },
-                  isAdd ? says(-5, "srcImageA==0") : says(-9, "Incorrect Image"));
-    expectRefusal(sound, [&](Scene& s) { call.run(s[0], nullptr, s[2]); }, says(-9, "Incorrect Image"));
-    expectRefusal(sound, [&](Scene& s) { call.run(s[0], s[1], nullptr); }, says(-9, "Incorrect Image"));
+    expectRefusal(
+        sound, [&](Scene& s) { call.run(nullptr, s[1], s[2]); },
+        isAdd ? says(-5, "srcImageA==0") : says(-9, "Incorrect Image"));
+    expectRefusal(
+        sound, [&](Scene& s) { call.run(s[0], nullptr, s[2]); }, says(-9, "Incorrect Image"));
+    expectRefusal(
+        sound, [&](Scene& s) { call.run(s[0], s[1], nullptr); }, says(-9, "Incorrect Image"));
 
     Case mask = threeImages();
     giveMask(mask, 1);
@@ -106,18 +109,23 @@ TEST_P(ArithReports, MergingMasks) {
     giveMask(c, 0);
     giveMask(c, 2);
     for (int failAt : {1, 2}) {
-        expectRefusal(c, [&](Scene& s) {
-            const MallocWatch watch(failAt);
-            three(s);
-        }, {{-4, call.funcName, "Out of memory", call.file}});
+        expectRefusal(c,
+                      [&](Scene& s) {
+                          const MallocWatch watch(failAt);
+                          three(s);
+                      },
+                      {{-4, call.funcName, "Out of memory", call.file}});
     }
     c.images[4].hasRoi = true; // begins beyond its mask: no pixel in common
     c.images[4].roi = {0, 10, 0, 3, 3};
     expectRefusal(c, three, {});
-    expectRefusal(c, [&](Scene& s) {
-        tovSetErrStatus(-7);
-        three(s);
-    }, {}, -7);
+    expectRefusal(
+        c,
+        [&](Scene& s) {
+            tovSetErrStatus(-7);
+            three(s);
+        },
+        {}, -7);
 }
 
 TEST_P(ArithReports, FloatsAreRefusedByBitOperations) {
@@ -130,10 +138,12 @@ TEST_P(ArithReports, FloatsAreRefusedByBitOperations) {
     giveMask(c, 0);
     giveMask(c, 1);
     expectRefusal(c, three, refusal); // and the merged mask is freed
-    expectRefusal(c, [&](Scene& s) { // the merge comes first
-        const MallocWatch watch(2);
-        three(s);
-    }, {{-4, call.funcName, "Out of memory", call.file}});
+    expectRefusal(c,
+                  [&](Scene& s) { // the merge comes first
+                      const MallocWatch watch(2);
+                      three(s);
+                  },
+                  {{-4, call.funcName, "Out of memory", call.file}});
     c.images[2].nChannels = 1;
     expectRefusal(c, three, {{-5, call.funcName, "(nChSrcA != nChDst)", call.file}});
 }
@@ -172,8 +182,8 @@ TEST_P(ArithReports, EachTileFailsInTurn) {
         const bool handedOver = isAdd && c.images[0].depth == TOV_DEPTH_1U;
         failEachTile(c, sweep, true, [&](const TileEvent& failed) {
             const char* context = failed.mode == TOV_TILE_WRITE ? "(dstImage->tileInfo->tileData == ((void*)(0)))"
-                                  : failed.image == 0 ? "(srcImageA->tileInfo->tileData == ((void*)(0)))"
-                                                      : "(srcImageB->tileInfo->tileData == ((void*)(0)))";
+                                  : failed.image == 0           ? "(srcImageA->tileInfo->tileData == ((void*)(0)))"
+                                                                : "(srcImageB->tileInfo->tileData == ((void*)(0)))";
             return Reports{{-5, handedOver ? "tovOr" : call.funcName, context, handedOver ? "tovor" : call.file}};
         });
     }
@@ -189,16 +199,21 @@ TEST(XorS, ChecksInOrder) {
     };
     Case c = threeImages(TOV_DEPTH_32F);
     c.images.resize(2);
-    expectRefusal(c, [](Scene& s) { tov::tovXorS(nullptr, s[1], 5); }, says(-9, "Incorrect Image"));
-    expectRefusal(c, [](Scene& s) { tov::tovXorS(s[0], nullptr, 5); }, says(-9, "Incorrect Image"));
+    expectRefusal(
+        c, [](Scene& s) { tov::tovXorS(nullptr, s[1], 5); }, says(-9, "Incorrect Image"));
+    expectRefusal(
+        c, [](Scene& s) { tov::tovXorS(s[0], nullptr, 5); }, says(-9, "Incorrect Image"));
     expectRefusal(c, two, says(-5, "This function does not support depth 32F"));
     giveMask(c, 0);
     giveMask(c, 1);
     expectRefusal(c, two, says(-5, "This function does not support depth 32F"));
-    expectRefusal(c, [&](Scene& s) {
-        const MallocWatch watch(1);
-        two(s);
-    }, says(-4, "Out of memory"));
+    expectRefusal(
+        c,
+        [&](Scene& s) {
+            const MallocWatch watch(1);
+            two(s);
+        },
+        says(-4, "Out of memory"));
     c.images[1].nChannels = 2;
     expectRefusal(c, two, says(-5, "(nChSrc != nChDst)"));
     c.images[1].order = 1;

@@ -23,8 +23,8 @@ struct Arguments {
     void* id = nullptr;
 
     TovImage* create() const {
-        return tovCreateImageHeader(nChannels, alpha, depth, model, seq, order, origin, align, width, height, roi,
-                                    mask, id, tiles);
+        return tovCreateImageHeader(nChannels, alpha, depth, model, seq, order, origin, align, width, height, roi, mask,
+                                    id, tiles);
     }
 };
 
@@ -53,23 +53,18 @@ std::vector<HeaderFault> headerFaults(bool texts, TovImage* eightBit, TovImage* 
         faults.push_back({-14, [](Arguments& a) { a.model = nullptr; }});
         faults.push_back({-14, [](Arguments& a) { a.seq = nullptr; }});
     }
-    const std::vector<HeaderFault> rest = {{-17, [](Arguments& a) { a.depth = 12; }},
-                                           {-18, [](Arguments& a) { a.alpha = 2; }},
-                                           {-19, [](Arguments& a) { a.order = 2; }},
-                                           {-20, [](Arguments& a) { a.origin = -1; }},
-                                           {-21, [](Arguments& a) { a.align = 2; }},
-                                           {-117, [=](Arguments& a) { a.mask = eightBit; }},
-                                           {-26, [=](Arguments& a) { a.mask = tiled; }},
-                                           {-113, [=](Arguments& a) { a.mask = broken; }}};
+    const std::vector<HeaderFault> rest = {
+        {-17, [](Arguments& a) { a.depth = 12; }},    {-18, [](Arguments& a) { a.alpha = 2; }},
+        {-19, [](Arguments& a) { a.order = 2; }},     {-20, [](Arguments& a) { a.origin = -1; }},
+        {-21, [](Arguments& a) { a.align = 2; }},     {-117, [=](Arguments& a) { a.mask = eightBit; }},
+        {-26, [=](Arguments& a) { a.mask = tiled; }}, {-113, [=](Arguments& a) { a.mask = broken; }}};
     faults.insert(faults.end(), rest.begin(), rest.end());
     return faults;
 }
 
 class Lifecycle : public testing::Test {
 protected:
-    Lifecycle() : scene(maskCase()) {
-        scene[1]->widthStep = 0;
-    }
+    Lifecycle() : scene(maskCase()) { scene[1]->widthStep = 0; }
     static Case maskCase() {
         Case c;
         c.images.resize(3);
@@ -232,10 +227,10 @@ TEST_F(Lifecycle, SizesBeyondTheFieldsAreRefusedButForTiles) {
         int64_t step, size;
     };
     const int32_t most = INT32_MAX;
-    for (const Row& row : {Row{1, 0, 536870911, 1, 2147483644, 2147483644}, Row{1, 0, 536870912, 1, 0, 0},
-                           Row{4, 0, 268435456, 1, 0, 0}, Row{3, 1, 178956971, 1, 715827884, 0},
-                           Row{1, 0, 16384, 32768, 65536, 0}, Row{most, 0, most, most, 0, 0},
-                           Row{most, 1, most, most, 0, 0}, Row{1, 1, most, 1, 0, 0}}) {
+    for (const Row& row :
+         {Row{1, 0, 536870911, 1, 2147483644, 2147483644}, Row{1, 0, 536870912, 1, 0, 0}, Row{4, 0, 268435456, 1, 0, 0},
+          Row{3, 1, 178956971, 1, 715827884, 0}, Row{1, 0, 16384, 32768, 65536, 0}, Row{most, 0, most, most, 0, 0},
+          Row{most, 1, most, most, 0, 0}, Row{1, 1, most, 1, 0, 0}}) {
         Arguments arguments;
         arguments.nChannels = row.nChannels;
         arguments.order = row.order;

@@ -237,8 +237,8 @@ TEST(GatherRect, WalksInBothDirections) {
         const int32_t pixelBytes = bitwise ? 0 : image.spec.bits() / 8 * (planes ? 1 : image.header.nChannels);
         int32_t result = -1;
         scene.run([&](Scene& s) {
-            result = tov::ownGatherRect(s[0], from, {block.data(), step, step * window.height}, to, pixelBytes,
-                                        nPlanes);
+            result =
+                tov::ownGatherRect(s[0], from, {block.data(), step, step * window.height}, to, pixelBytes, nPlanes);
         });
         ASSERT_EQ(result, 0);
         ASSERT_EQ(scene.differences(untouched), "") << c;

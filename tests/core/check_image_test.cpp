@@ -148,8 +148,8 @@ TEST(CheckImage, PassesWhatIsSound) {
         Sound sound(tiled);
         const auto passes = [&] { return tov::tovCheckImage(&sound.image) == 0 && tovGetErrStatus() == -77; };
         EXPECT_TRUE(passes());
-        for (uint32_t depth : {TOV_DEPTH_8U, TOV_DEPTH_8S, TOV_DEPTH_16U, TOV_DEPTH_16S, TOV_DEPTH_32S,
-                               TOV_DEPTH_32F}) {
+        for (uint32_t depth :
+             {TOV_DEPTH_8U, TOV_DEPTH_8S, TOV_DEPTH_16U, TOV_DEPTH_16S, TOV_DEPTH_32S, TOV_DEPTH_32F}) {
             sound.image.depth = depth;
             EXPECT_TRUE(passes()) << depth;
         }

@@ -76,8 +76,8 @@ TEST(Status, StaysUntilOverwritten) {
         tovSetErrStatus(tovGetErrStatus());
         EXPECT_EQ(tovGetErrStatus(), status);
         tovDeallocate(nullptr, TOV_IMAGE_ALL);
-        TovImage* image = tovCreateImageHeader(1, 0, TOV_DEPTH_8U, "GRAY", "G", 0, 0, 4, 5, 5, nullptr, nullptr,
-                                               nullptr, nullptr);
+        TovImage* image =
+            tovCreateImageHeader(1, 0, TOV_DEPTH_8U, "GRAY", "G", 0, 0, 4, 5, 5, nullptr, nullptr, nullptr, nullptr);
         tovAllocateImage(image, 1, 0);
         tovSet(image, 1);
         tovDeallocate(image, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
@@ -102,9 +102,7 @@ TEST(Error, StoresTheStatusAndCallsTheHandler) {
               (Reports{{-1, "f", "c", "m"}, {-8, "g", "d", "n"}, {-10, "h", "", "o"}, {9, "i", "e", "p"}}));
 }
 
-TovStatus ignore(TovStatus, const char*, const char*, const char*, int32_t) {
-    return 0;
-}
+TovStatus ignore(TovStatus, const char*, const char*, const char*, int32_t) { return 0; }
 
 TEST(Redirect, GivesTheHandlerThatStood) {
     const TovErrorCallback standard = tovRedirectError(ignore);

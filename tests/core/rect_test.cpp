@@ -84,8 +84,11 @@ TEST(SameLayout, AsksForWholeImagesOfOneShape) {
     using Spec = ImageSpec;
     EXPECT_TRUE(same([](Spec&, Spec&) {}));
     EXPECT_FALSE(same([](Spec&, Spec&) {}, true));
-    EXPECT_TRUE(same([](Spec& a, Spec& b) { a.origin = 1, b.order = 1, a.slack = 0; b.nChannels = 3; b.align = 4,
-                                            b.width = a.width, a.order = 1; }));
+    EXPECT_TRUE(same([](Spec& a, Spec& b) {
+        a.origin = 1, b.order = 1, a.slack = 0;
+        b.nChannels = 3;
+        b.align = 4, b.width = a.width, a.order = 1;
+    }));
     EXPECT_FALSE(same([](Spec& a, Spec&) { a.align = 8; }));
     EXPECT_FALSE(same([](Spec& a, Spec&) { a.slack = 4; }));
     EXPECT_FALSE(same([](Spec& a, Spec&) { a.width = 8; }));

@@ -8,28 +8,14 @@
 namespace tovtest {
 namespace {
 
-int64_t asBits(double value) {
-    return static_cast<int64_t>(value);
-}
+int64_t asBits(double value) { return static_cast<int64_t>(value); }
 
-double addValue(double a, double b, uint32_t depth) {
-    return saturate(a + b, depth);
-}
-double subValue(double a, double b, uint32_t depth) {
-    return saturate(a - b, depth);
-}
-double orValue(double a, double b, uint32_t) {
-    return static_cast<double>(asBits(a) | asBits(b));
-}
-double andValue(double a, double b, uint32_t) {
-    return static_cast<double>(asBits(a) & asBits(b));
-}
-double andNotValue(double a, double b, uint32_t) {
-    return static_cast<double>(asBits(a) & ~asBits(b));
-}
-double xorValue(double a, double b, uint32_t) {
-    return static_cast<double>(asBits(a) ^ asBits(b));
-}
+double addValue(double a, double b, uint32_t depth) { return saturate(a + b, depth); }
+double subValue(double a, double b, uint32_t depth) { return saturate(a - b, depth); }
+double orValue(double a, double b, uint32_t) { return static_cast<double>(asBits(a) | asBits(b)); }
+double andValue(double a, double b, uint32_t) { return static_cast<double>(asBits(a) & asBits(b)); }
+double andNotValue(double a, double b, uint32_t) { return static_cast<double>(asBits(a) & ~asBits(b)); }
+double xorValue(double a, double b, uint32_t) { return static_cast<double>(asBits(a) ^ asBits(b)); }
 
 // The part of an image that lies in memory as one small image: a tile, or all of a plain image.
 struct Unit {
@@ -44,13 +30,18 @@ struct Unit {
 Unit unitAt(const TestImage& image, int32_t i, int32_t j) {
     const Area region = regionOf(image);
     if (!image.tiled()) {
-        return {-region.x, -region.y, image.header.width, image.header.height, image.header.imageData,
-                image.header.imageSize, image.header.align};
+        return {-region.x,
+                -region.y,
+                image.header.width,
+                image.header.height,
+                image.header.imageData,
+                image.header.imageSize,
+                image.header.align};
     }
     const int32_t w = image.tiles.width, h = image.tiles.height;
     const int32_t col = (region.x + i) / w, row = (region.y + j) / h;
-    return {col * w - region.x, row * h - region.y, w, h, image.tileAt(col, row), image.spec.dataSize(),
-            image.header.align};
+    return {col * w - region.x,    row * h - region.y, w, h, image.tileAt(col, row),
+            image.spec.dataSize(), image.header.align};
 }
 
 // The images can be walked as vectors of whole units, row ends included.
@@ -110,8 +101,10 @@ void combine(Scene& scene, const std::vector<TestImage*>& sources, TestImage& ds
     const double wordConstant = [&] {
         const auto low = static_cast<uint32_t>(asBits(constant));
         const int bits = dst.spec.bits();
-        const uint32_t word = bits == 1 ? (low & 1) * 0xFFFFFFFFu
-                              : bits == 8 ? (low & 0xFF) * 0x01010101u : bits == 16 ? (low & 0xFFFF) * 0x10001u : low;
+        const uint32_t word = bits == 1    ? (low & 1) * 0xFFFFFFFFu
+                              : bits == 8  ? (low & 0xFF) * 0x01010101u
+                              : bits == 16 ? (low & 0xFFFF) * 0x10001u
+                                           : low;
         return static_cast<double>(static_cast<int32_t>(word));
     }();
 

@@ -9,7 +9,7 @@ namespace tovtest {
 
 struct Operation {
     double (*value)(double a, double b, uint32_t depth);
-    bool inWords;         // whole images are processed by 32-bit words of their memory instead of by values
+    bool inWords; // whole images are processed by 32-bit words of their memory instead of by values
     bool flatInTiles = true;
 };
 extern const Operation addition, subtraction, logicalOr, logicalAnd, exclusiveOr;

@@ -15,8 +15,8 @@ void logBands(Scene& scene, const std::vector<TestImage*>& sources, TestImage& d
     const auto log = [&](const TestImage* image, int32_t x, int32_t y, int32_t mode) {
         const Area region = regionOf(*image);
         if (mode != TOV_TILE_RELEASE) mode = image == &dst ? TOV_TILE_WRITE : TOV_TILE_READ;
-        scene.server.log.push_back({image->index, (region.x + x) / image->tiles.width,
-                                    (region.y + y) / image->tiles.height, mode});
+        scene.server.log.push_back(
+            {image->index, (region.x + x) / image->tiles.width, (region.y + y) / image->tiles.height, mode});
     };
     for (int32_t y = 0; y < height;) {
         int32_t bandEnd = height;

@@ -47,9 +47,7 @@ uint8_t* takePages(std::size_t size) {
     return pages;
 }
 
-uint8_t guardByte(std::size_t index) {
-    return static_cast<uint8_t>(0xA5 ^ (index * 29));
-}
+uint8_t guardByte(std::size_t index) { return static_cast<uint8_t>(0xA5 ^ (index * 29)); }
 
 } // namespace
 
@@ -62,7 +60,10 @@ Block::Block(std::size_t size, Fence fence) : count(size) {
 }
 
 Block::Block(Block&& other) noexcept
-    : pages(other.pages), pageBytes(other.pageBytes), bytes(other.bytes), count(other.count),
+    : pages(other.pages),
+      pageBytes(other.pageBytes),
+      bytes(other.bytes),
+      count(other.count),
       guardSize(other.guardSize) {
     other.pages = nullptr;
 }
@@ -71,9 +72,7 @@ Block::~Block() {
     if (pages) freePages()[pageBytes].push_back(pages);
 }
 
-uint8_t* Block::guard() const {
-    return bytes == pages ? bytes + count : bytes - guardSize;
-}
+uint8_t* Block::guard() const { return bytes == pages ? bytes + count : bytes - guardSize; }
 
 bool Block::guardIntact() const {
     for (std::size_t i = 0; i < guardSize; ++i) {
@@ -84,7 +83,9 @@ bool Block::guardIntact() const {
 
 void Block::allow(Access access) const {
     protect(pages, pageBytes,
-            access == Access::none ? PROT_NONE : access == Access::read ? PROT_READ : PROT_READ | PROT_WRITE);
+            access == Access::none   ? PROT_NONE
+            : access == Access::read ? PROT_READ
+                                     : PROT_READ | PROT_WRITE);
 }
 
 } // namespace tovtest

@@ -137,7 +137,8 @@ int addMask(Case& c, int owner, Rng& rng) {
     mask.order = rng.between(0, 1);
     const int32_t x = rng.between(0, 20), y = rng.between(0, 3);
     mask.width = std::max(1, (image.hasRoi ? std::min(image.roi.width, image.width) : image.width) +
-                                 (rng.oneIn(3) ? rng.between(-5, 5) : 0)) + x;
+                                 (rng.oneIn(3) ? rng.between(-5, 5) : 0)) +
+                 x;
     mask.height = std::max(1, image.height + (rng.oneIn(4) ? rng.between(-2, 3) : 0)) + y;
     mask.hasRoi = rng.oneIn(2);
     mask.roi = {rng.between(0, 1), x, y, mask.width - x + (rng.oneIn(3) ? 7 : 0), mask.height};
@@ -191,8 +192,26 @@ Case drawCase(uint64_t number, const Family& family) {
             spec.borderConst[side] = rng.pick({0, 1, 255, -1, rng.between(-70000, 70000)});
         }
     }
-    c.value = rng.pick({0, 1, -1, 2, 7, 127, 128, 255, 256, -128, -129, 32767, 32768, 65535, 65536, -32769, INT32_MAX,
-                        INT32_MIN, rng.between(-300, 300), rng.between(-70000, 70000)});
+    c.value = rng.pick({0,
+                        1,
+                        -1,
+                        2,
+                        7,
+                        127,
+                        128,
+                        255,
+                        256,
+                        -128,
+                        -129,
+                        32767,
+                        32768,
+                        65535,
+                        65536,
+                        -32769,
+                        INT32_MAX,
+                        INT32_MIN,
+                        rng.between(-300, 300),
+                        rng.between(-70000, 70000)});
     if (family.adjust) family.adjust(c, rng);
     return c;
 }

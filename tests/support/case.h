@@ -21,18 +21,18 @@ struct ImageSpec {
     int32_t slack = 0; // bytes added to each row of a plain image; -1: rows follow each other without any
     bool hasRoi = false;
     TovROI roi{};
-    int32_t tileWidth = 0, tileHeight = 0;  // 0: a plain image
-    int mask = -1;                          // index of the mask among the case's images
-    int sameAs = -1;                        // this role is the very header of that role
-    int sharesWith = -1;                    // a header of its own over that image's memory,
-    int32_t shift = 0;                      // this many bytes further on (plain images only)
+    int32_t tileWidth = 0, tileHeight = 0; // 0: a plain image
+    int mask = -1;                         // index of the mask among the case's images
+    int sameAs = -1;                       // this role is the very header of that role
+    int sharesWith = -1;                   // a header of its own over that image's memory,
+    int32_t shift = 0;                     // this many bytes further on (plain images only)
     Fill fill = Fill::values;
     int32_t borderMode[4]{}, borderConst[4]{};
 
     int32_t bits() const { return static_cast<int32_t>(depth & 0x7FFFFFFF); }
     int32_t packedRow(int32_t pixels) const; // bytes of a row of pixels without row end
     int32_t planes() const { return order == TOV_DATA_ORDER_PLANE ? nChannels : 1; }
-    int32_t rowStep() const;                 // of a plain image, or of a tile
+    int32_t rowStep() const; // of a plain image, or of a tile
     int32_t dataSize() const { return rowStep() * (tileHeight ? tileHeight : height) * planes(); }
 };
 
@@ -55,8 +55,8 @@ struct Family {
     int roles = 1;
     std::vector<uint32_t> depths = {TOV_DEPTH_1U,  TOV_DEPTH_8U,  TOV_DEPTH_8S, TOV_DEPTH_16U,
                                     TOV_DEPTH_16S, TOV_DEPTH_32S, TOV_DEPTH_32F};
-    bool oneOrigin = false;   // all images have the same origin
-    bool overlaps = true;     // the destination's memory may overlap a source's
+    bool oneOrigin = false;                  // all images have the same origin
+    bool overlaps = true;                    // the destination's memory may overlap a source's
     std::function<void(Case&, Rng&)> adjust; // the family's own constraints, applied last
 };
 

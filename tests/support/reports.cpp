@@ -57,12 +57,8 @@ MallocWatch::MallocWatch(int failAt) {
     mallocWatched = true;
 }
 
-MallocWatch::~MallocWatch() {
-    mallocWatched = false;
-}
+MallocWatch::~MallocWatch() { mallocWatched = false; }
 
-int MallocWatch::count() const {
-    return mallocCount;
-}
+int MallocWatch::count() const { return mallocCount; }
 
 } // namespace tovtest

@@ -17,16 +17,17 @@ void serveTile(TovImage* header, int32_t x, int32_t y, int32_t mode) {
 float drawFloat(Rng& rng) {
     const float most = std::numeric_limits<float>::max();
     if (rng.oneIn(3)) {
-        return rng.pick({0.0f, -0.0f, 1.0f, -1.0f, most, -most, 0.5f, 1e-40f, 16777216.0f,
-                         std::numeric_limits<float>::infinity()});
+        return rng.pick(
+            {0.0f, -0.0f, 1.0f, -1.0f, most, -most, 0.5f, 1e-40f, 16777216.0f, std::numeric_limits<float>::infinity()});
     }
     return std::ldexp(static_cast<float>(rng.between(-(1 << 24), 1 << 24)), rng.between(-30, 8));
 }
 
 int32_t drawInteger(Rng& rng, int bits, bool isSigned) {
     const int64_t high = (int64_t{1} << (isSigned ? bits - 1 : bits)) - 1, low = isSigned ? -high - 1 : 0;
-    if (rng.oneIn(2)) return static_cast<int32_t>(rng.pick<int64_t>({0, 0, 1, low, low + 1, high, high, high - 1,
-                                                                     high / 2, high / 2 + 1, isSigned ? -1 : 2}));
+    if (rng.oneIn(2))
+        return static_cast<int32_t>(rng.pick<int64_t>(
+            {0, 0, 1, low, low + 1, high, high, high - 1, high / 2, high / 2 + 1, isSigned ? -1 : 2}));
     return static_cast<int32_t>(rng.next());
 }
 
@@ -61,8 +62,11 @@ void fillBlock(const Block& block, uint32_t depth, Fill fill, Rng& rng) {
             }
             const auto low8 = static_cast<uint8_t>(value);
             const auto low16 = static_cast<uint16_t>(value);
-            std::memcpy(data + i, bytes == 1 ? static_cast<const void*>(&low8)
-                                             : bytes == 2 ? static_cast<const void*>(&low16) : &value, bytes);
+            std::memcpy(data + i,
+                        bytes == 1   ? static_cast<const void*>(&low8)
+                        : bytes == 2 ? static_cast<const void*>(&low16)
+                                     : &value,
+                        bytes);
         }
     }
 }
@@ -207,9 +211,7 @@ Scene::Scene(const Case& c) : of(c), images(c.images.size()) {
     }
 }
 
-Scene::~Scene() {
-    server.setStrict(*this, false);
-}
+Scene::~Scene() { server.setStrict(*this, false); }
 
 std::string Scene::differences(const Scene& expected) const {
     std::ostringstream text;

@@ -58,9 +58,7 @@ private:
 struct TileEvent {
     int image;
     int32_t x, y, mode;
-    bool operator==(const TileEvent& o) const {
-        return image == o.image && x == o.x && y == o.y && mode == o.mode;
-    }
+    bool operator==(const TileEvent& o) const { return image == o.image && x == o.x && y == o.y && mode == o.mode; }
 };
 std::ostream& operator<<(std::ostream& out, const TileEvent& event);
 
@@ -118,7 +116,7 @@ public:
     Reports reports;
     std::vector<std::size_t> eventsAtReport; // number of tile events logged before each report
     TovStatus status = 0;
-    std::vector<std::string> faults; // what a test's own call has found wrong
+    std::vector<std::string> faults;  // what a test's own call has found wrong
     std::map<std::string, int> notes; // what a model has met on its way
 };
 

@@ -17,9 +17,7 @@ Case oneImage(int32_t tileSize) {
     return c;
 }
 
-void touch(volatile uint8_t* address) {
-    *address = static_cast<uint8_t>(*address + 1);
-}
+void touch(volatile uint8_t* address) { *address = static_cast<uint8_t>(*address + 1); }
 
 TEST(BlockDeathTest, FencesFire) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
@@ -110,7 +108,10 @@ TEST(Sweep, FindsOneDifference) {
         ASSERT_NE(compareCase(c, sweep), "") << c;
         sweep.product = [](Scene& scene) { scene.at(2).roi.coi += 1; };
         ASSERT_NE(compareCase(c, sweep), "") << c;
-        sweep.product = [](Scene& scene) { tovSetErrStatus(-5); (void)scene; };
+        sweep.product = [](Scene& scene) {
+            tovSetErrStatus(-5);
+            (void)scene;
+        };
         ASSERT_NE(compareCase(c, sweep), "") << c;
     }
 }

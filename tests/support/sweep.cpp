@@ -99,7 +99,8 @@ void failEachTile(const Case& c, const Sweep& sweep, bool bands,
             ASSERT_EQ(scene.eventsAtReport, std::vector<std::size_t>{want.size()}) << c << "\nrequest " << n;
             EXPECT_TRUE(std::is_sorted(log.begin() + static_cast<std::ptrdiff_t>(want.size()), log.end(),
                                        [](const TileEvent& a, const TileEvent& b) { return a.image < b.image; }))
-                << c << "\n" << list(log);
+                << c << "\n"
+                << list(log);
         }
         for (std::size_t i = 0; i < scene.images.size(); ++i) {
             if (!scene.images[i]) continue;

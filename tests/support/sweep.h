@@ -24,9 +24,10 @@ void runSweep(const Sweep& sweep);
 // Product and model on one case; an empty text if they agree.
 std::string compareCase(const Case& c, const Sweep& sweep, std::map<std::string, int>* notes = nullptr);
 
-// Lets each tile request of a case fail in turn. The reports must be those of `reportsOf` for the image whose tile failed
-// and the mode; what was asked before stays as without the failure; no tile stays held; every byte is that of before or
-// that of a full run. In `bands`, tiles held at the failure are released after the report, in the order of the images.
+// Lets each tile request of a case fail in turn. The reports must be those of `reportsOf` for the image whose tile
+// failed and the mode; what was asked before stays as without the failure; no tile stays held; every byte is that of
+// before or that of a full run. In `bands`, tiles held at the failure are released after the report, in the order of
+// the images.
 void failEachTile(const Case& c, const Sweep& sweep, bool bands,
                   const std::function<Reports(const TileEvent& failed)>& reportsOf);
 

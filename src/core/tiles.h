@@ -1,0 +1,83 @@
+// Tiles: asking for them, views of them as small plain images, and plain copies of rectangles that may cross them.
+#pragma once
+
+#include "core/geometry.h"
+#include "core/lifecycle.h"
+#include "core/memory.h"
+#include "tov.h"
+
+namespace tov {
+
+// Bytes from row to row of a tile; 0 for an image that isn't sound or isn't tiled.
+int32_t ownTileRowBytes(TovImage* image);
+
+// Makes a header's fields those of one of its tiles: plain, of the tile's size. The pixels are the caller's to set.
+void shapeAsTile(TovImage& header, const TovTileInfo& tiles, int32_t rowBytes);
+
+// One tile at a time of one image, asked for in one mode. A tile still held when the holder ends is released.
+class HeldTile {
+public:
+    HeldTile() = default;
+    HeldTile(TovImage* image, int32_t mode) : image_(image), mode_(mode) {}
+    HeldTile(const HeldTile&) = delete;
+    HeldTile& operator=(const HeldTile&) = delete;
+    ~HeldTile() { release(); }
+
+    void serve(TovImage* image, int32_t mode) {
+        image_ = image;
+        mode_ = mode;
+    }
+    // The tile's pixels, or null; a tile that could not be had is not held.
+    uint8_t* get(int32_t col, int32_t row);
+    void release();
+    bool held() const { return held_; }
+
+private:
+    TovImage* image_ = nullptr;
+    int32_t mode_ = 0;
+    int32_t col_ = 0;
+    int32_t row_ = 0;
+    bool held_ = false;
+};
+
+// Asks with TOV_TILE_READ for `count` tiles of a tile row, column by column from firstCol on in steps of colStep (+1 or
+// -1). All are asked for even after a null; 1 when any answer was null, else 0.
+int32_t ownGetTileRow(TovImage* image, uint8_t** pointers, int32_t count, int32_t firstCol, int32_t row,
+                      int32_t colStep);
+// Releases what ownGetTileRow gave, from the last tile back to the first; null pointers were never held.
+void ownReleaseTileRow(TovImage* image, uint8_t* const* pointers, int32_t count, int32_t firstCol, int32_t row,
+                       int32_t colStep);
+
+// A plain source of ownCopyBlock, or its target: where it begins and the distances of its rows and planes in bytes.
+struct BlockPlace {
+    uint8_t* data;
+    ptrdiff_t rowStep;
+    ptrdiff_t planeStep;
+};
+
+// A rectangle between two corners, both inclusive. A second corner in front of the first one walks backwards, which
+// mirrors.
+struct Corners {
+    int32_t x1;
+    int32_t y1;
+    int32_t x2;
+    int32_t y2;
+};
+
+// Copies the rectangle to (targetX, targetY) of the target and on, in nPlanes planes of pixels of pixelBytes bytes.
+// pixelBytes 0 means bits: set ones are set, clear ones leave the target as it is.
+void ownCopyBlock(const BlockPlace& source, const Corners& from, const BlockPlace& target, Point to, int32_t pixelBytes,
+                  int32_t nPlanes);
+
+// The same from an image that may be tiled; 0, or 1 when a tile or memory could not be had.
+int32_t ownGatherRect(TovImage* image, const Corners& from, const BlockPlace& target, Point to, int32_t pixelBytes,
+                      int32_t nPlanes);
+
+// A new block with the rectangle from (x, y) on, which may lie partly or wholly outside the image and is extended there
+// by the image's border settings; step receives its row distance. Planes follow each other height * step bytes apart.
+// Null when the header, a tile or memory fails. The caller hands it to ownFreeBuffer.
+uint8_t* ownBorderedBuffer(TovImage* image, int32_t x, int32_t y, int32_t width, int32_t height, int32_t* step);
+// Null is ignored.
+void ownFreeBuffer(uint8_t* buffer);
+
+} // namespace tov

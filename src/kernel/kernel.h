@@ -1,0 +1,36 @@
+// The one file that knows of instruction sets: how kernels, their loops and their inlined parts are marked.
+#pragma once
+
+// Heads a function that tables and profiles know by name. On x86-64 ELF the loader picks the copy for the machine;
+// -ffp-contract=off keeps the copies equal to the bit. TOV_NO_MULTIVERSION builds a single copy for the set that the
+// compiler's own options name, as sanitizers and coverage need.
+#if defined(__x86_64__) && defined(__ELF__) && !defined(TOV_NO_MULTIVERSION)
+#define OWN_KERNEL __attribute__((target_clones("default", "avx2")))
+#else
+#define OWN_KERNEL
+#endif
+
+// Heads a part of a kernel, functions and (behind the parameter list) lambdas alike: it is always inlined, so that each
+// copy of a kernel compiles it for its own instruction set.
+#if defined(__GNUC__)
+#define OWN_INLINE inline __attribute__((always_inline))
+#define OWN_INLINE_LAMBDA __attribute__((always_inline))
+#else
+#define OWN_INLINE inline
+#define OWN_INLINE_LAMBDA
+#endif
+
+// Heads the rare or scalar part of kernels: one copy that all of them call, whatever their instruction set.
+#if defined(__GNUC__)
+#define OWN_SHARED inline __attribute__((noinline))
+#else
+#define OWN_SHARED inline
+#endif
+
+// Heads a loop whose iterations are independent: rows are the same or disjoint. Walks find out once per call whether
+// that holds and otherwise take a loop without it.
+#if defined(__GNUC__)
+#define OWN_EACH _Pragma("omp simd")
+#else
+#define OWN_EACH
+#endif

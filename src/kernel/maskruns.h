@@ -1,0 +1,119 @@
+// Runs of set bits in a row of a mask, found word by word.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "kernel/kernel.h"
+
+namespace tov {
+
+// A 1-bit mask as a walk sees it: the byte of its first pixel, the row distance in bytes, and the bit of the first
+// pixel in that byte, counted from the most significant one. Without a mask `first` is null.
+struct MaskLane {
+    const uint8_t* first = nullptr;
+    ptrdiff_t rowStep = 0;
+    int32_t bitOffset = 0;
+};
+
+// The number of clear bits in front of the first set one; word must not be 0.
+OWN_INLINE int32_t leadingZeros(uint64_t word) {
+#if defined(__GNUC__)
+    return __builtin_clzll(word);
+#else
+    int32_t n = 0;
+    for (; (word >> 63) == 0; word <<= 1) n++;
+    return n;
+#endif
+}
+
+// Eight bytes as a number, the first one most significant.
+OWN_INLINE uint64_t bigEndian64(const uint8_t* p) {
+    return uint64_t{p[0]} << 56 | uint64_t{p[1]} << 48 | uint64_t{p[2]} << 40 | uint64_t{p[3]} << 32 |
+           uint64_t{p[4]} << 24 | uint64_t{p[5]} << 16 | uint64_t{p[6]} << 8 | uint64_t{p[7]};
+}
+
+// `count` bits (1 to 64) from bit `bit` of `row` on, the first in the most significant bit of the result, the rest of
+// which is clear. Touches no byte that holds none of them.
+OWN_SHARED uint64_t someBitsAt(const uint8_t* row, ptrdiff_t bit, int32_t count) {
+    const uint8_t* p = row + (bit >> 3);
+    const int32_t shift = static_cast<int32_t>(bit & 7);
+    const int32_t nBytes = (shift + count + 7) >> 3;
+    uint64_t word = 0;
+    for (int32_t i = 0; i < nBytes; i++) {
+        const uint64_t byte = p[i];
+        const int32_t up = 56 + shift - 8 * i; // where the byte's lowest bit goes
+        word |= up >= 0 ? byte << up : byte >> -up;
+    }
+    return word & ~(count == 64 ? 0 : ~uint64_t{0} >> count);
+}
+
+OWN_INLINE uint64_t bitsAt(const uint8_t* row, ptrdiff_t bit, int32_t count) {
+    if (count < 64) return someBitsAt(row, bit, count);
+    const uint8_t* p = row + (bit >> 3);
+    const int32_t shift = static_cast<int32_t>(bit & 7);
+    const uint64_t word = bigEndian64(p);
+    return shift == 0 ? word : word << shift | p[8] >> (8 - shift);
+}
+
+// Walks the runs of set bits in `width` bits from bit `bit` of `row` on, left to right:
+// `for (MaskRuns runs(row, bit, width); runs.next();) use(runs.start, runs.length);`
+class MaskRuns {
+public:
+    OWN_INLINE MaskRuns(const uint8_t* row, int32_t bit, int32_t width) : row_(row), bit_(bit), width_(width) {}
+
+    OWN_INLINE bool next() {
+        while (word_ == 0) {
+            if (!load()) return false;
+        }
+        const int32_t zeros = leadingZeros(word_);
+        start = base_ + zeros;
+        const uint64_t rest = ~(word_ << zeros);
+        const int32_t ones = rest == 0 ? 64 : leadingZeros(rest);
+        length = ones;
+        if (zeros + ones < 64) {
+            word_ &= ~uint64_t{0} >> (zeros + ones);
+            return true;
+        }
+        growPastWord();
+        return true;
+    }
+
+    int32_t start = 0;
+    int32_t length = 0;
+
+private:
+    OWN_INLINE bool load() {
+        if (next_ >= width_) return false;
+        const int32_t count = width_ - next_ < 64 ? width_ - next_ : 64;
+        base_ = next_;
+        word_ = bitsAt(row_, ptrdiff_t{bit_} + base_, count);
+        next_ = base_ + count;
+        return true;
+    }
+
+    // The run reaches the end of its word: whole words and the beginning of the next one may belong to it.
+    OWN_INLINE void growPastWord() {
+        word_ = 0;
+        while (load()) {
+            if (word_ == ~uint64_t{0}) {
+                length += 64;
+                continue;
+            }
+            const int32_t ones = leadingZeros(~word_);
+            length += ones;
+            word_ &= ~uint64_t{0} >> ones;
+            return;
+        }
+        word_ = 0;
+    }
+
+    const uint8_t* row_;
+    int32_t bit_;
+    int32_t width_;
+    int32_t base_ = 0;
+    int32_t next_ = 0;
+    uint64_t word_ = 0;
+};
+
+} // namespace tov

@@ -1,0 +1,129 @@
+// Copying.
+#include "arith/arith.h"
+#include "core/blockwalk.h"
+#include "core/image.h"
+#include "core/lifecycle.h"
+#include "core/ownrect.h"
+#include "move/kernels.h"
+
+namespace tov {
+
+namespace {
+
+constexpr Reporter report{"tovCopy", "tovsce"};
+
+// Sets a header's mask aside for as long as it stands.
+class MaskLoan {
+public:
+    MaskLoan(TovImage* image, TovImage* mask) : image_(image), own_(image->maskROI) { image->maskROI = mask; }
+    MaskLoan(const MaskLoan&) = delete;
+    MaskLoan& operator=(const MaskLoan&) = delete;
+    ~MaskLoan() { image_->maskROI = own_; }
+
+private:
+    TovImage* image_;
+    TovImage* own_;
+};
+
+void reportDifferences(const TovImage& src, const TovImage& dst) {
+    if (src.depth != dst.depth) report(TOV_STS_BAD_ARG, "srcImage->depth != dstImage->depth");
+    if (src.origin != dst.origin) report(TOV_STS_BAD_ARG, "srcImage->origin != dstImage->origin");
+    const bool orderMatters = src.depth != TOV_DEPTH_1U && (src.nChannels != 1 || dst.nChannels != 1);
+    if (orderMatters && src.dataOrder != dst.dataOrder) {
+        report(TOV_STS_BAD_ARG, "srcImage->dataOrder != dstImage->dataOrder");
+    }
+}
+
+// The mask of two images whose masks differ; without a value where the call ends. It starts out cleared, since masks of
+// the masks can keep bits of it from being written.
+TemporaryImage mergeMasks(TovImage* srcMask, TovImage* dstMask) {
+    Size size;
+    if (!ownCommonSize3(*srcMask, *dstMask, nullptr, size, true)) return {};
+    TemporaryImage merged = makeBitImage(TOV_DATA_ORDER_PLANE, srcMask->origin, TOV_ALIGN_4BYTES, size);
+    if (tovGetErrStatus() < 0 && report.backtrace() != 0) return {};
+    tovAnd(srcMask, dstMask, merged.get());
+    // Whatever the handler says, there is no going on without pixels.
+    if (tovGetErrStatus() < 0 && (report.backtrace() != 0 || !merged)) return {};
+    return merged;
+}
+
+// dst = (dst and not mask) or (src and mask), by operations on whole images.
+void copyMaskedBits(TovImage* srcImage, TovImage* dstImage, TovImage* mask, Size size) {
+    {
+        const TemporaryImage part = makeBitImage(mask->dataOrder, mask->origin, mask->align, size);
+        if (tovGetErrStatus() < 0) return;
+        {
+            const MaskLoan whole(mask, nullptr);
+            tovCopy(mask, part.get());
+        }
+        if (part) {
+            const MaskLoan under(dstImage, part.get());
+            const MaskLoan whole(srcImage, nullptr);
+            tovSet(dstImage, 0);
+            tovAnd(srcImage, part.get(), part.get());
+            tovOr(dstImage, part.get(), dstImage);
+        }
+    }
+    if (tovGetErrStatus() < 0) report.backtrace();
+}
+
+Walk chooseWalk(const TovImage& src, const TovImage& dst, bool masked, CopyArgs& args) {
+    const bool planes = src.dataOrder == TOV_DATA_ORDER_PLANE;
+    if (masked) {
+        return planes && (src.nChannels != 1 || dst.nChannels != 1) ? kWalkMaskedPlanes : kWalkMasked;
+    }
+    if (planes) return kWalkRows;
+    if (src.nChannels != dst.nChannels || args.nChProcess != src.nChannels) return kWalkPixels;
+    args.rowValues *= args.nChProcess;
+    args.nChProcess = 1;
+    return kWalkRows;
+}
+
+void copyPlain(const TovImage& src, const TovImage& dst, const TovImage* mask, Size size) {
+    CopyArgs args{};
+    BitLane<const uint8_t> bits{};
+    if (!ownPlainAddress(src, args.src) || !ownPlainAddress(dst, args.dst)) return;
+    if (mask != nullptr && !ownMaskBits(*mask, bits)) return;
+    if (args.src.nChannels != args.dst.nChannels) {
+        return report(TOV_STS_BAD_ARG,
+                      "Number of processed channels of srcImage != Number of processed channels of dstImage");
+    }
+    args.srcPixelStep = src.nChannels;
+    args.dstPixelStep = dst.nChannels;
+    args.size = size;
+    args.rowValues = size.width;
+    args.nChProcess = args.src.nChannels;
+    args.mask = {bits.first, bits.rowStep, bits.bitOffset};
+    const Walk walk = chooseWalk(src, dst, mask != nullptr, args);
+    copyKernel(walk, depthBits(src.depth))(args);
+}
+
+void copyCell(const void*, TovImage* source, TovImage* dst) { tovCopy(source, dst); }
+
+} // namespace
+
+} // namespace tov
+
+using namespace tov;
+
+void tovCopy(TovImage* srcImage, TovImage* dstImage) {
+    if (!report.accepts(srcImage) || !report.accepts(dstImage)) return;
+    reportDifferences(*srcImage, *dstImage);
+    // A failure left by an earlier call ends this one, too.
+    if (tovGetErrStatus() < 0 || srcImage == dstImage) return;
+
+    TovImage* mask = dstImage->maskROI != nullptr ? dstImage->maskROI : srcImage->maskROI;
+    TemporaryImage merged;
+    if (srcImage->maskROI != nullptr && dstImage->maskROI != nullptr && srcImage->maskROI != dstImage->maskROI) {
+        merged = mergeMasks(srcImage->maskROI, dstImage->maskROI);
+        if (!merged) return;
+        mask = merged.get();
+    }
+    Size size;
+    if (!ownCommonSize3(*srcImage, *dstImage, mask, size, true)) return;
+    if (srcImage->depth == TOV_DEPTH_1U && mask != nullptr) return copyMaskedBits(srcImage, dstImage, mask, size);
+    if (srcImage->tileInfo == nullptr && dstImage->tileInfo == nullptr) {
+        return copyPlain(*srcImage, *dstImage, mask, size);
+    }
+    runBlockWalk({report, srcImage, dstImage, mask, size}, copyCell, nullptr);
+}

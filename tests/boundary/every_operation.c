@@ -1,0 +1,78 @@
+/* Calls every exported operation through tov.h from C99, with results that a caller can see. */
+#include <stdio.h>
+#include <string.h>
+#include <tov.h>
+
+static int failures = 0;
+static TovStatus reported = TOV_STS_OK;
+
+static void expect(int holds, const char* what) {
+    if (!holds) {
+        printf("failed: %s\n", what);
+        ++failures;
+    }
+}
+
+static TovStatus onError(TovStatus status, const char* funcName, const char* context, const char* file, int32_t line) {
+    expect(funcName != NULL && context != NULL && file != NULL && line > 0, "a report has all its texts and its line");
+    reported = status;
+    return 0;
+}
+
+static TovImage* newGray(int32_t width, int32_t height, int32_t value) {
+    TovImage* image = tovCreateImageHeader(1, 0, TOV_DEPTH_8U, "GRAY", "G", TOV_DATA_ORDER_PIXEL, TOV_ORIGIN_TL,
+                                           TOV_ALIGN_4BYTES, width, height, NULL, NULL, NULL, NULL);
+    if (image != NULL) {
+        tovAllocateImage(image, 1, value);
+    }
+    return image;
+}
+
+static void errors(void) {
+    const TovErrorCallback former = tovRedirectError(onError);
+    expect(tovRedirectError(onError) == onError, "tovRedirectError returns the handler that was in force");
+    expect(former != onError, "a thread does not start with our handler");
+    expect(tovGetErrStatus() == TOV_STS_OK, "a thread starts without a failure");
+    tovAdd(NULL, NULL, NULL);
+    expect(reported == TOV_STS_BAD_ARG && tovGetErrStatus() == TOV_STS_BAD_ARG, "a failure is reported and kept");
+    tovSetErrStatus(TOV_STS_OK);
+    expect(tovGetErrStatus() == TOV_STS_OK, "tovSetErrStatus stores the status");
+    expect(strcmp(tovErrorStr(-12345), "Unknown error or status code") == 0, "tovErrorStr knows unknown codes");
+}
+
+static void version(void) {
+    const TovLibVersion* record = tovGetLibVersion();
+    expect(record->major == 2 && record->minor == 1 && record->build == 58, "the version is 2.1.58");
+}
+
+static void images(void) {
+    TovImage* a = newGray(5, 3, 200);
+    TovImage* b = newGray(5, 3, 100);
+    TovImage* sum = newGray(5, 3, 0);
+    expect(a != NULL && b != NULL && sum != NULL, "headers are made");
+    if (a != NULL && b != NULL && sum != NULL) {
+        expect(a->imageData != NULL && a->imageData[0] == 200, "pixels are allocated and filled");
+        tovSetBorderMode(a, TOV_BORDER_REFLECT, TOV_SIDE_BIT(TOV_SIDE_LEFT), 7);
+        expect(a->borderMode[TOV_SIDE_LEFT] == TOV_BORDER_REFLECT && a->borderMode[TOV_SIDE_TOP] == TOV_BORDER_CONSTANT,
+               "the named side's border mode is set");
+        tovAdd(a, b, sum);
+        expect(sum->imageData[0] == 255, "tovAdd saturates");
+        tovSubtract(a, b, sum);
+        expect(sum->imageData[4] == 100, "tovSubtract subtracts");
+        tovCopy(a, sum);
+        expect(sum->imageData[0] == 200, "tovCopy copies");
+        tovSet(sum, 17);
+        expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovSet fills");
+    }
+    tovDeallocate(a, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
+    tovDeallocate(b, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
+    tovDeallocate(sum, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
+}
+
+int main(void) {
+    errors();
+    version();
+    images();
+    expect(tovGetErrStatus() == TOV_STS_OK, "no failure at the end");
+    return failures == 0 ? 0 : 1;
+}

@@ -1,0 +1,2 @@
+// The C program again, as C++11.
+#include "every_operation.c"
