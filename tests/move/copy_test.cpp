@@ -34,9 +34,7 @@ Sweep copySweep() {
     return sweep;
 }
 
-TEST(Copy, MatchesTheModel) {
-    runSweep(copySweep());
-}
+TEST(Copy, MatchesTheModel) { runSweep(copySweep()); }
 
 Case twoImages(int32_t nChannels = 3, uint32_t depth = TOV_DEPTH_8U) {
     Case c;
@@ -70,20 +68,17 @@ Scene& expectRefusal(Scene& scene, const std::function<void(Scene&)>& call, cons
     return scene;
 }
 
-void copyBoth(Scene& s) {
-    tovCopy(s[0], s[1]);
-}
+void copyBoth(Scene& s) { tovCopy(s[0], s[1]); }
 
-Report copyReport(TovStatus status, const char* context) {
-    return {status, "tovCopy", context, "tovsce"};
-}
+Report copyReport(TovStatus status, const char* context) { return {status, "tovCopy", context, "tovsce"}; }
 
 TEST(Copy, ReportsWhatDoesNotMatch) {
     const Report depth = copyReport(-5, "srcImage->depth != dstImage->depth");
     const Report origin = copyReport(-5, "srcImage->origin != dstImage->origin");
     const Report order = copyReport(-5, "srcImage->dataOrder != dstImage->dataOrder");
-    const Report channels = copyReport(-5, "Number of processed channels of srcImage != Number of processed channels "
-                                           "of dstImage");
+    const Report channels = copyReport(-5,
+                                       "Number of processed channels of srcImage != Number of processed channels "
+                                       "of dstImage");
     for (int bits = 1; bits < 8; ++bits) { // all that differ are reported, one after the other
         Case c = twoImages();
         Reports want;
@@ -115,10 +110,14 @@ TEST(Copy, ReportsWhatDoesNotMatch) {
 
 TEST(Copy, DoesNothingWithAnEarlierFailure) {
     Scene scene(twoImages());
-    EXPECT_EQ(expectRefusal(scene, [](Scene& s) {
-        tovSetErrStatus(-77);
-        tovCopy(s[0], s[1]);
-    }, {}).status, -77);
+    EXPECT_EQ(expectRefusal(scene,
+                            [](Scene& s) {
+                                tovSetErrStatus(-77);
+                                tovCopy(s[0], s[1]);
+                            },
+                            {})
+                  .status,
+              -77);
     Scene positive(twoImages()), want(twoImages());
     positive.run([](Scene& s) {
         tovSetErrStatus(3);
@@ -170,11 +169,13 @@ TEST(Copy, AnyBlockMayFail) {
         for (int n = 1, blocks = n; n <= blocks; ++n) {
             for (TovStatus answer : {1, 0}) {
                 Scene scene(c);
-                scene.run([&](Scene& s) {
-                    const MallocWatch watch(n);
-                    tovCopy(s[0], s[1]);
-                    blocks = watch.count();
-                }, answer);
+                scene.run(
+                    [&](Scene& s) {
+                        const MallocWatch watch(n);
+                        tovCopy(s[0], s[1]);
+                        blocks = watch.count();
+                    },
+                    answer);
                 if (blocks < n) {
                     ASSERT_EQ(scene.differences(done), "") << c;
                     continue;

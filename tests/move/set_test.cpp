@@ -23,9 +23,7 @@ Sweep setSweep() {
     return sweep;
 }
 
-TEST(Set, MatchesTheModel) {
-    runSweep(setSweep());
-}
+TEST(Set, MatchesTheModel) { runSweep(setSweep()); }
 
 Case oneImage(uint32_t depth) {
     Case c;
@@ -36,20 +34,18 @@ Case oneImage(uint32_t depth) {
     return c;
 }
 
-Report setReport(TovStatus status, const char* context) {
-    return {status, "tovSet", context, "tovsce"};
-}
+Report setReport(TovStatus status, const char* context) { return {status, "tovSet", context, "tovsce"}; }
 
 TEST(Set, LimitsTheValueByDepth) {
     struct Row {
         uint32_t depth;
         int32_t value, want;
     };
-    for (const Row& row : {Row{TOV_DEPTH_8U, 300, 255}, Row{TOV_DEPTH_8U, -5, 0}, Row{TOV_DEPTH_8S, 300, 127},
-                           Row{TOV_DEPTH_8S, -300, -128}, Row{TOV_DEPTH_16S, 40000, 32767},
-                           Row{TOV_DEPTH_16U, 40000, 40000}, Row{TOV_DEPTH_16U, INT32_MAX, 65535},
-                           Row{TOV_DEPTH_32S, INT32_MIN, INT32_MIN}, Row{TOV_DEPTH_1U, 7, 1},
-                           Row{TOV_DEPTH_1U, -1, 0}, Row{TOV_DEPTH_1U, 2, 1}}) {
+    for (const Row& row :
+         {Row{TOV_DEPTH_8U, 300, 255}, Row{TOV_DEPTH_8U, -5, 0}, Row{TOV_DEPTH_8S, 300, 127},
+          Row{TOV_DEPTH_8S, -300, -128}, Row{TOV_DEPTH_16S, 40000, 32767}, Row{TOV_DEPTH_16U, 40000, 40000},
+          Row{TOV_DEPTH_16U, INT32_MAX, 65535}, Row{TOV_DEPTH_32S, INT32_MIN, INT32_MIN}, Row{TOV_DEPTH_1U, 7, 1},
+          Row{TOV_DEPTH_1U, -1, 0}, Row{TOV_DEPTH_1U, 2, 1}}) {
         Scene scene(oneImage(row.depth));
         tovSet(scene[0], row.value);
         for (int32_t x = 0; x < 20; ++x) EXPECT_EQ(getSample(scene.at(0), x, 8, 0), row.want) << row.value;
@@ -72,7 +68,8 @@ TEST(Set, Refuses) {
     refuses(c, fill, setReport(-17, "You should use tovSetFP for this image"));
     c.images[0].origin = 5;
     refuses(c, fill, setReport(-20, "Incorrect Image"));
-    refuses(c, [](Scene&) { tovSet(nullptr, 1); }, setReport(-9, "Incorrect Image"));
+    refuses(
+        c, [](Scene&) { tovSet(nullptr, 1); }, setReport(-9, "Incorrect Image"));
 }
 
 // Filling itself doesn't look at an earlier failure; bits under a mask are set by inner operations, whose failure is

@@ -113,7 +113,8 @@ void failEachTile(const Case& c, const Sweep& sweep, bool bands,
                 for (std::size_t k = 0; k < is.size(); ++k) {
                     const uint8_t byte = is.data()[k];
                     const bool bits = scene.images[i]->spec.depth == TOV_DEPTH_1U;
-                    ASSERT_TRUE(bits ? ((byte ^ early[k]) & (byte ^ late[k])) == 0 : byte == early[k] || byte == late[k])
+                    ASSERT_TRUE(bits ? ((byte ^ early[k]) & (byte ^ late[k])) == 0
+                                     : byte == early[k] || byte == late[k])
                         << c << "\nimage " << i << ", byte " << k;
                 }
             }
