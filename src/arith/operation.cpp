@@ -35,21 +35,22 @@ bool maskIsUsable(const Reporter& report, int32_t maskState, int32_t line) {
 void runBinary(const Reporter& report, const KernelPair<BinaryArgs>* kernels, TovImage* srcImageA, TovImage* srcImageB,
                TovImage* dstImage) {
     if (!report.accepts(srcImageA) || !report.accepts(srcImageB) || !report.accepts(dstImage)) return;
-    if (srcImageA->depth != dstImage->depth) return report(TOV_STS_BAD_ARG, "(srcImageA->depth != dstImage->depth)");
-    if (srcImageB->depth != dstImage->depth) return report(TOV_STS_BAD_ARG, "(srcImageB->depth != dstImage->depth)");
-    if (srcImageA->depth != TOV_DEPTH_1U) {
-        if (srcImageA->dataOrder != dstImage->dataOrder) {
-            return report(TOV_STS_BAD_ARG, "(srcImageA->dataOrder != dstImage->dataOrder)");
-        }
-        if (srcImageB->dataOrder != dstImage->dataOrder) {
-            return report(TOV_STS_BAD_ARG, "(srcImageB->dataOrder != dstImage->dataOrder)");
-        }
-    }
+    const bool orderMatters = srcImageA->depth != TOV_DEPTH_1U;
     const Channels a = channelsOf(*srcImageA);
     const Channels b = channelsOf(*srcImageB);
     const Channels dst = channelsOf(*dstImage);
-    if (a.count != dst.count) return report(TOV_STS_BAD_ARG, "(nChSrcA != nChDst)");
-    if (b.count != dst.count) return report(TOV_STS_BAD_ARG, "(nChSrcB != nChDst)");
+    if (!report.passes({
+            {srcImageA->depth != dstImage->depth, "(srcImageA->depth != dstImage->depth)"},
+            {srcImageB->depth != dstImage->depth, "(srcImageB->depth != dstImage->depth)"},
+            {orderMatters && srcImageA->dataOrder != dstImage->dataOrder,
+             "(srcImageA->dataOrder != dstImage->dataOrder)"},
+            {orderMatters && srcImageB->dataOrder != dstImage->dataOrder,
+             "(srcImageB->dataOrder != dstImage->dataOrder)"},
+            {a.count != dst.count, "(nChSrcA != nChDst)"},
+            {b.count != dst.count, "(nChSrcB != nChDst)"},
+        })) {
+        return;
+    }
 
     const CombinedMask mask = ownCombineMasks(srcImageA->maskROI, srcImageB->maskROI, dstImage->maskROI);
     if (!maskIsUsable(report, mask.state)) return;

@@ -60,6 +60,15 @@ bool Reporter::accepts(TovImage* image, int32_t line) const {
     return false;
 }
 
+bool Reporter::passes(const Check* checks, int32_t count) const {
+    for (int32_t i = 0; i < count; i++) {
+        if (!checks[i].fails) continue;
+        tovError(TOV_STS_BAD_ARG, funcName, checks[i].context, file, checks[i].line);
+        return false;
+    }
+    return true;
+}
+
 } // namespace tov
 
 using tov::tovGetContext;

@@ -29,6 +29,16 @@ bool attachProcess();
 bool attachThread();
 void detachProcess();
 
+// A check of arguments as data: whether it fails, and what a failure is reported with.
+struct Check {
+    Check(bool failing, const char* text, int32_t atLine = __builtin_LINE())
+        : fails(failing), context(text), line(atLine) {}
+
+    bool fails;
+    const char* context;
+    int32_t line;
+};
+
 // Reports under the name of an operation and its module; the report's line is that of the call.
 struct Reporter {
     const char* funcName;
@@ -46,6 +56,13 @@ struct Reporter {
 
     // True when tovCheckImage passes; otherwise the fault is reported.
     bool accepts(TovImage* image, int32_t line = __builtin_LINE()) const;
+
+    // True when all checks pass; otherwise the first that fails is reported as TOV_STS_BAD_ARG.
+    template <int32_t N>
+    bool passes(const Check (&checks)[N]) const {
+        return passes(checks, N);
+    }
+    bool passes(const Check* checks, int32_t count) const;
 };
 
 } // namespace tov

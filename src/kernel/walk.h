@@ -26,12 +26,14 @@ struct Lane {
     }
 };
 
-// What a walk covers: a rectangle in nPlanes planes, of nValues neighbouring values in each pixel of a plane.
+// What a walk covers: a rectangle in nPlanes planes, of nValues neighbouring values in each pixel of a plane. Planes
+// are walked one after the other, or with planesInRows row by row, each row in all planes.
 struct Span {
     int32_t width;
     int32_t height;
     int32_t nPlanes;
     int32_t nValues;
+    bool planesInRows = false;
 };
 
 template <class T>
@@ -73,9 +75,9 @@ OWN_SHARED void stridedRun(Formula formula, ptrdiff_t count, int32_t nValues, St
     }
 }
 
-// The walk: planes, rows from the first one, pixels from left to right; where mask.first is set, only pixels whose bit
-// is set. Samples that the walk passes over are neither read nor written. With sources that overlap the destination at
-// another position, results follow that order value by value.
+// The walk: planes (see Span), rows from the first one, pixels from left to right; where mask.first is set, only pixels
+// whose bit is set. Samples that the walk passes over are neither read nor written. With sources that overlap the
+// destination at another position, results follow that order value by value.
 template <bool Masked, class Formula, class D, class... S>
 OWN_INLINE void walkLanes(const Span& span, const MaskLane& mask, Formula formula, const Lane<D>& d,
                           const Lane<const S>&... s) {
@@ -91,8 +93,12 @@ OWN_INLINE void walkLanes(const Span& span, const MaskLane& mask, Formula formul
                        Stride<const S>{s.row(plane, y) + x * s.pixelStep, s.pixelStep}...);
         }
     };
-    for (int32_t plane = 0; plane < span.nPlanes; plane++) {
-        for (int32_t y = 0; y < span.height; y++) {
+    const int32_t outer = span.planesInRows ? span.height : span.nPlanes;
+    const int32_t inner = span.planesInRows ? span.nPlanes : span.height;
+    for (int32_t i = 0; i < outer; i++) {
+        for (int32_t j = 0; j < inner; j++) {
+            const int32_t plane = span.planesInRows ? j : i;
+            const int32_t y = span.planesInRows ? i : j;
             if constexpr (Masked) {
                 const uint8_t* bits = mask.first + y * mask.rowStep;
                 for (MaskRuns runs(bits, mask.bitOffset, span.width); runs.next();) {
