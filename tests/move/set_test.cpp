@@ -25,14 +25,7 @@ Sweep setSweep() {
 
 TEST(Set, MatchesTheModel) { runSweep(setSweep()); }
 
-Case oneImage(uint32_t depth) {
-    Case c;
-    c.images.resize(1);
-    c.images[0].depth = depth;
-    c.images[0].width = 20;
-    c.images[0].height = 9;
-    return c;
-}
+Case oneImage(uint32_t depth) { return alike(1, depth, 1, 20, 9); }
 
 Report setReport(TovStatus status, const char* context) { return {status, "tovSet", context, "tovsce"}; }
 
@@ -53,23 +46,14 @@ TEST(Set, LimitsTheValueByDepth) {
 }
 
 TEST(Set, Refuses) {
-    const auto refuses = [](const Case& c, const std::function<void(Scene&)>& call, const Report& want) {
-        Scene scene(c);
-        const Scene untouched(c);
-        scene.run(call);
-        EXPECT_EQ(scene.reports, Reports{want});
-        EXPECT_EQ(scene.status, want.status);
-        EXPECT_EQ(scene.differences(untouched), "");
-    };
     const auto fill = [](Scene& s) { tovSet(s[0], 1); };
     Case c = oneImage(TOV_DEPTH_32F);
-    refuses(c, fill, setReport(-17, "You should use tovSetFP for this image"));
+    expectRefusal(c, fill, {setReport(-17, "You should use tovSetFP for this image")});
     c.images[0].tileWidth = c.images[0].tileHeight = 8;
-    refuses(c, fill, setReport(-17, "You should use tovSetFP for this image"));
+    expectRefusal(c, fill, {setReport(-17, "You should use tovSetFP for this image")});
     c.images[0].origin = 5;
-    refuses(c, fill, setReport(-20, "Incorrect Image"));
-    refuses(
-        c, [](Scene&) { tovSet(nullptr, 1); }, setReport(-9, "Incorrect Image"));
+    expectRefusal(c, fill, {setReport(-20, "Incorrect Image")});
+    expectRefusal(c, [](Scene&) { tovSet(nullptr, 1); }, {setReport(-9, "Incorrect Image")});
 }
 
 // Filling itself doesn't look at an earlier failure; bits under a mask are set by inner operations, whose failure is

@@ -65,4 +65,9 @@ void drawGeometry(ImageSpec& spec, Rng& rng);
 // Adds a 1-bit image that suits the region of an image, and returns its index.
 int addMask(Case& c, int owner, Rng& rng);
 
+// A case of plain images without regions, all of one kind.
+Case alike(int roles, uint32_t depth, int32_t nChannels, int32_t width, int32_t height);
+// Gives an image a mask of its own size.
+int giveMask(Case& c, int role);
+
 } // namespace tovtest

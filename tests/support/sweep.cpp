@@ -63,7 +63,7 @@ std::string compareCase(const Case& c, const Sweep& sweep, std::map<std::string,
     if (actual.status != expected.status) {
         text += "status " + std::to_string(actual.status) + " instead of " + std::to_string(expected.status) + "\n";
     }
-    if (sweep.compareTileLog && !(actual.server.log == expected.server.log)) {
+    if (!(actual.server.log == expected.server.log)) {
         text += "tile requests\n" + list(actual.server.log) + "  instead of\n" + list(expected.server.log);
     }
     if (notes) {
@@ -120,6 +120,16 @@ void failEachTile(const Case& c, const Sweep& sweep, bool bands,
             }
         }
     }
+}
+
+void expectRefusal(const Case& c, const std::function<void(Scene&)>& call, const Reports& reports) {
+    Scene scene(c);
+    const Scene untouched(c);
+    scene.run(call);
+    EXPECT_EQ(scene.differences(untouched), "") << c;
+    EXPECT_EQ(scene.reports, reports) << c;
+    EXPECT_EQ(scene.status, reports.empty() ? 0 : reports.front().status) << c;
+    EXPECT_TRUE(scene.server.log.empty()) << c;
 }
 
 void runSweep(const Sweep& sweep) {
