@@ -216,6 +216,27 @@ Case drawCase(uint64_t number, const Family& family) {
     return c;
 }
 
+Case alike(int roles, uint32_t depth, int32_t nChannels, int32_t width, int32_t height) {
+    Case c;
+    c.images.resize(roles);
+    for (ImageSpec& spec : c.images) {
+        spec.depth = depth;
+        spec.nChannels = nChannels;
+        spec.width = width;
+        spec.height = height;
+    }
+    return c;
+}
+
+int giveMask(Case& c, int role) {
+    ImageSpec mask;
+    mask.depth = TOV_DEPTH_1U;
+    mask.width = c.images[role].width;
+    mask.height = c.images[role].height;
+    c.images.push_back(mask);
+    return c.images[role].mask = static_cast<int>(c.images.size()) - 1;
+}
+
 std::ostream& operator<<(std::ostream& out, const ImageSpec& s) {
     if (s.sameAs >= 0) return out << "the header of image " << s.sameAs;
     out << depthName(s.depth) << " " << s.width << "x" << s.height << " channels " << s.nChannels;
