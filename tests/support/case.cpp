@@ -169,6 +169,7 @@ Case drawCase(uint64_t number, const Family& family) {
             spec.hasRoi = rng.oneIn(2);
             spec.roi = {0, 0, 0, spec.width, spec.height + rng.between(0, 3)};
         }
+        if (alike && rng.oneIn(8)) spec.align = rng.pick({4, 8, 16, 32}); // which alone forbids a flat run
         if (family.oneOrigin) spec.origin = c.images[0].origin;
     }
     drawChannels(c, family.roles, depth, rng);
