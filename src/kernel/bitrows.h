@@ -26,7 +26,8 @@ inline Footprint footprintOf(const BitLane<Byte>& lane, int32_t width, int32_t h
     return {lane.first, (ptrdiff_t{lane.bitOffset} + width + 7) >> 3, lane.rowStep, height, 0, 1};
 }
 
-// Writes the `count` (1 to 16) most significant bits of `value` to bit `bit` of `row` on and leaves all others.
+// Writes the `count` most significant bits of `value` to bit `bit` of `row` on and leaves all others. They lie in at
+// most eight bytes, and are fewer than 64.
 OWN_SHARED void putBits(uint8_t* row, ptrdiff_t bit, int32_t count, uint64_t value) {
     uint8_t* p = row + (bit >> 3);
     const int32_t shift = static_cast<int32_t>(bit & 7);
@@ -99,11 +100,8 @@ OWN_INLINE void bitRow(Formula formula, int32_t width, uint8_t* d, int32_t bit, 
     }
     const int32_t nWords = (width - done) >> 6;
     bitWords(formula, d + ((bit + done) >> 3), nWords, BitPlace{s.bytes, s.bit + done}...);
-    for (done += nWords * 64; done < width;) {
-        const int32_t count = width - done < 16 ? width - done : 16;
-        bitUnit(formula, d, ptrdiff_t{bit} + done, count, BitPlace{s.bytes, s.bit + done}...);
-        done += count;
-    }
+    done += nWords * 64;
+    if (done < width) bitUnit(formula, d, ptrdiff_t{bit} + done, width - done, BitPlace{s.bytes, s.bit + done}...);
 }
 
 // The walk over rows of bits: dst = formula(old dst, s...) from the first row down. Where a source overlaps the
