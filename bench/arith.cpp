@@ -85,7 +85,7 @@ void addRegions(Items& items, Size size, const Named& named) {
                 .add({whole + ", regions", size, pixels(part) * nChannels, "value",
                       binary(named.operation, size, layout, place)})
                 .limitedBy(bound)
-                .aim(1.1, whole);
+                .aim(planes || nChannels == 1 ? 0 : 1.1, whole);
         }
     }
 }
