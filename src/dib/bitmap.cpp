@@ -9,7 +9,7 @@ namespace tov {
 namespace {
 
 uint32_t readWord(const uint8_t* address) {
-    uint32_t word;
+    uint32_t word = 0;
     std::memcpy(&word, address, sizeof word);
     return word;
 }
@@ -39,23 +39,19 @@ Bitmap bitmapAt(BITMAPINFOHEADER* dib) {
     return bitmap;
 }
 
-const char* bitmapFault(const BITMAPINFOHEADER& header) {
+bool acceptsBitmap(const Reporter& report, const BITMAPINFOHEADER& header) {
     const uint32_t compression = header.biCompression;
-    if (header.biPlanes != 1) return "(dib->biPlanes != 1)";
-    if (compression > kBitmapMasks) {
-        return "(dib->biCompression != 0) && (dib->biCompression != 1) && (dib->biCompression != 2) && "
-               "(dib->biCompression != 3)";
-    }
-    if (header.biBitCount != 8 && compression == kBitmapRLE8) {
-        return "(dib->biBitCount != 8) && (dib->biCompression == 1)";
-    }
-    if (header.biBitCount != 4 && compression == kBitmapRLE4) {
-        return "(dib->biBitCount != 4) && (dib->biCompression == 2)";
-    }
-    if (header.biHeight < 0 && (compression == kBitmapRLE8 || compression == kBitmapRLE4)) {
-        return "(dib->biHeight < 0) && ( (dib->biCompression == 1) || (dib->biCompression == 2) )";
-    }
-    return nullptr;
+    const bool runLengths = compression == kBitmapRLE8 || compression == kBitmapRLE4;
+    return report.passes({
+        {header.biPlanes != 1, "(dib->biPlanes != 1)"},
+        {compression > kBitmapMasks,
+         "(dib->biCompression != 0) && (dib->biCompression != 1) && "
+         "(dib->biCompression != 2) && (dib->biCompression != 3)"},
+        {header.biBitCount != 8 && compression == kBitmapRLE8, "(dib->biBitCount != 8) && (dib->biCompression == 1)"},
+        {header.biBitCount != 4 && compression == kBitmapRLE4, "(dib->biBitCount != 4) && (dib->biCompression == 2)"},
+        {header.biHeight < 0 && runLengths,
+         "(dib->biHeight < 0) && ( (dib->biCompression == 1) || (dib->biCompression == 2) )"},
+    });
 }
 
 int64_t bitmapRows(const BITMAPINFOHEADER& header) {

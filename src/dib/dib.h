@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "core/context.h"
 #include "core/memory.h"
 #include "tov.h"
 
@@ -23,8 +24,9 @@ constexpr uint32_t kBitmapMasks = 3;
 bool hasInfoHeader(const BITMAPINFOHEADER* dib);
 Bitmap bitmapAt(BITMAPINFOHEADER* dib);
 
-// The context of the first fault in planes, compression, its bit count, and height, in this order; null for none.
-const char* bitmapFault(const BITMAPINFOHEADER& header);
+// The checks of planes, compression with its bit count, and height that all bitmap operations share, in this order.
+// False after a report.
+bool acceptsBitmap(const Reporter& report, const BITMAPINFOHEADER& header);
 
 // The absolute value of biHeight, which may have no positive counterpart in its own width.
 int64_t bitmapRows(const BITMAPINFOHEADER& header);

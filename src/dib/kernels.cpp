@@ -36,7 +36,7 @@ OWN_KERNEL void ownReadIndex8(const PixelSource& source, const uint8_t* row, int
 OWN_KERNEL void ownReadBytes3(const PixelSource&, const uint8_t* row, int32_t x, int32_t count, Pixel* pixels) {
     row += ptrdiff_t{x} * 3;
     OWN_EACH
-    for (int32_t i = 0; i < count; i++) {
+    for (ptrdiff_t i = 0; i < count; i++) {
         pixels[i] = row[i * 3] | uint32_t{row[i * 3 + 1]} << 8 | uint32_t{row[i * 3 + 2]} << 16;
     }
 }

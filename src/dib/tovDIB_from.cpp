@@ -9,25 +9,22 @@ namespace {
 
 constexpr Reporter report{"tovConvertFromDIB", "tovDIB"};
 
-// The context of the first fault in an image's header; null for none.
-const char* imageFault(const TovImage& image) {
-    if (image.alphaChannel < 0) return "( image->alphaChannel < 0 )";
-    if (image.nChannels < image.alphaChannel) return "( image->nChannels < image->alphaChannel )";
-    if (image.dataOrder != TOV_DATA_ORDER_PIXEL && image.dataOrder != TOV_DATA_ORDER_PLANE) {
-        return "( (image->dataOrder != 0) && (image->dataOrder != 1) )";
-    }
-    if (image.origin != TOV_ORIGIN_TL && image.origin != TOV_ORIGIN_BL) {
-        return "( (image->origin != 0) && (image->origin != 1) )";
-    }
-    if (image.align != TOV_ALIGN_4BYTES && image.align != TOV_ALIGN_8BYTES && image.align != TOV_ALIGN_16BYTES &&
-        image.align != TOV_ALIGN_32BYTES) {
-        return "( (image->align != 4) && (image->align != 8) && (image->align != 16) && (image->align != 32) )";
-    }
-    if (image.height <= 0) return "(image->height <= 0)";
-    if (image.width <= 0) return "(image->width <= 0)";
-    if (image.imageSize <= 0) return "(image->imageSize <= 0)";
-    if (image.widthStep <= 0) return "(image->widthStep <= 0)";
-    return nullptr;
+bool accepts(const TovImage& image) {
+    const bool knownOrder = image.dataOrder == TOV_DATA_ORDER_PIXEL || image.dataOrder == TOV_DATA_ORDER_PLANE;
+    const bool knownOrigin = image.origin == TOV_ORIGIN_TL || image.origin == TOV_ORIGIN_BL;
+    const bool knownAlign = image.align == TOV_ALIGN_4BYTES || image.align == TOV_ALIGN_8BYTES ||
+                            image.align == TOV_ALIGN_16BYTES || image.align == TOV_ALIGN_32BYTES;
+    return report.passes({
+        {image.alphaChannel < 0, "( image->alphaChannel < 0 )"},
+        {image.nChannels < image.alphaChannel, "( image->nChannels < image->alphaChannel )"},
+        {!knownOrder, "( (image->dataOrder != 0) && (image->dataOrder != 1) )"},
+        {!knownOrigin, "( (image->origin != 0) && (image->origin != 1) )"},
+        {!knownAlign, "( (image->align != 4) && (image->align != 8) && (image->align != 16) && (image->align != 32) )"},
+        {image.height <= 0, "(image->height <= 0)"},
+        {image.width <= 0, "(image->width <= 0)"},
+        {image.imageSize <= 0, "(image->imageSize <= 0)"},
+        {image.widthStep <= 0, "(image->widthStep <= 0)"},
+    });
 }
 
 // The colour table, as far as indexes reach. Where it is shorter, indexes past its end are black.
@@ -74,6 +71,7 @@ struct Conversion {
 // Finds how the pixels of a bitmap are read, changed and written; false after a report.
 bool prepare(const Bitmap& bitmap, const TovImage& image, Conversion& conversion) {
     const int32_t bits = bitmap.header.biBitCount;
+    // Nothing has failed before, so what no table holds is the first report.
     conversion.read = pixelReader(bits);
     if (conversion.read == nullptr) {
         report(TOV_STS_INTERNAL, "");
@@ -133,11 +131,11 @@ void tovConvertFromDIB(BITMAPINFOHEADER* dib, TovImage* image) {
     if (image == nullptr) report(TOV_STS_BAD_ARG, "image==0");
     // A failure left by an earlier call ends this one, too. A handler may have cleared the status again.
     if (tovGetErrStatus() < 0 || dib == nullptr || image == nullptr) return;
-    if (const char* fault = imageFault(*image)) return report(TOV_STS_BAD_ARG, fault);
+    if (!accepts(*image)) return;
     if (!hasInfoHeader(dib)) return report(TOV_STS_BAD_ARG, "(dib->biSize != sizeof(BITMAPINFOHEADER))");
     const Bitmap bitmap = bitmapAt(dib);
     const BITMAPINFOHEADER& header = bitmap.header;
-    if (const char* fault = bitmapFault(header)) return report(TOV_STS_BAD_ARG, fault);
+    if (!acceptsBitmap(report, header)) return;
     if (image->width < header.biWidth || image->height < bitmapRows(header)) {
         return report(TOV_STS_BAD_IMAGE_SIZE, "Image size is too small");
     }

@@ -60,7 +60,7 @@ TovImage* tovTranslateDIB(BITMAPINFOHEADER* dib, int32_t* cloneData) {
     if (cloneData == nullptr) return refuse(TOV_STS_BAD_ARG, "( cloneData == ((void *)0) )");
     if (!hasInfoHeader(dib)) return refuse(TOV_STS_BAD_ARG, "( dib->biSize != sizeof(BITMAPINFOHEADER) )");
     const Bitmap bitmap = bitmapAt(dib);
-    if (const char* fault = bitmapFault(bitmap.header)) return refuse(TOV_STS_BAD_ARG, fault);
+    if (!acceptsBitmap(report, bitmap.header)) return nullptr;
     if (pixelReader(bitmap.header.biBitCount) == nullptr) return refuse(TOV_STS_BAD_ARG, "dib->biBitCount is bad");
 
     const Form form = formOf(bitmap);
