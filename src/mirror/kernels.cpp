@@ -7,7 +7,6 @@
 #include "core/memory.h"
 #include "kernel/bitrows.h"
 #include "kernel/walk.h"
-#include "kernel/word.h"
 
 namespace tov {
 
@@ -72,16 +71,38 @@ OWN_INLINE void putWord(uint8_t* bytes, uint64_t word) {
     for (int32_t i = 0; i < 8; i++) bytes[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
 }
 
-// Pixels of three values backwards: one run of values backwards, and the outer values of each pixel changed round.
+// Pixels of three values backwards: apart into planes, block by block, and together from their ends.
 template <class T>
 OWN_INLINE void reverseTriples(const T* s, T* d, ptrdiff_t count) {
-    const T* last = s + 2;
+    constexpr ptrdiff_t block = 256;
+    T planes[3][block];
+    for (ptrdiff_t done = 0; done < count; done += block) {
+        const ptrdiff_t n = count - done < block ? count - done : block;
+        const T* from = s - 3 * (count - 1 - done);
+        T* to = d + 3 * (count - done - n);
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < n; i++) {
+            planes[0][i] = from[3 * i];
+            planes[1][i] = from[3 * i + 1];
+            planes[2][i] = from[3 * i + 2];
+        }
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < n; i++) {
+            to[3 * i] = planes[0][n - 1 - i];
+            to[3 * i + 1] = planes[1][n - 1 - i];
+            to[3 * i + 2] = planes[2][n - 1 - i];
+        }
+    }
+}
+
+// Pixels of four bytes backwards, at any address.
+OWN_INLINE void reverseWords(const uint8_t* s, uint8_t* d, ptrdiff_t count) {
+    const uint8_t* from = s - 4 * (count - 1);
     OWN_EACH
-    for (ptrdiff_t i = 0; i < 3 * count; i++) d[i] = last[-i];
     for (ptrdiff_t i = 0; i < count; i++) {
-        const T first = d[3 * i];
-        d[3 * i] = d[3 * i + 2];
-        d[3 * i + 2] = first;
+        uint32_t pixel;
+        std::memcpy(&pixel, from + 4 * (count - 1 - i), sizeof pixel);
+        std::memcpy(d + 4 * i, &pixel, sizeof pixel);
     }
 }
 
@@ -114,7 +135,7 @@ struct Mover {
         } else if (nValues == 3) {
             reverseTriples(s, d, count);
         } else if (sizeof(T) == 1 && nValues == 4) {
-            reverseDense(reinterpret_cast<const Word*>(s), reinterpret_cast<Word*>(d), count);
+            reverseWords(reinterpret_cast<const uint8_t*>(s), reinterpret_cast<uint8_t*>(d), count);
         } else {
             moveInOrder(s, -sStep, d, dStep, count, nValues);
         }
