@@ -13,6 +13,7 @@ struct Word {
 #endif
     Word() = default;
     explicit Word(uint32_t value) : bits(value) {}
+    // A word stands for its value wherever a formula takes one. NOLINTNEXTLINE(google-explicit-constructor)
     operator uint32_t() const { return bits; }
 
     uint32_t bits;

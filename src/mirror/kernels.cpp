@@ -100,7 +100,7 @@ OWN_INLINE void reverseWords(const uint8_t* s, uint8_t* d, ptrdiff_t count) {
     const uint8_t* from = s - 4 * (count - 1);
     OWN_EACH
     for (ptrdiff_t i = 0; i < count; i++) {
-        uint32_t pixel;
+        uint32_t pixel = 0;
         std::memcpy(&pixel, from + 4 * (count - 1 - i), sizeof pixel);
         std::memcpy(d + 4 * i, &pixel, sizeof pixel);
     }
@@ -154,8 +154,9 @@ OWN_INLINE void moveMaskedRow(const Mover<T>& mover, const Flip& flip, const Mir
     uint8_t block[kMaskBlock / 8];
     for (int32_t x = 0; x < flip.size.width; x += kMaskBlock) {
         const int32_t length = smaller(flip.size.width - x, kMaskBlock);
-        for (int32_t i = 0; i < length; i += 64)
+        for (int32_t i = 0; i < length; i += 64) {
             putWord(block + i / 8, masks.bits(flip, x + i, y, smaller(length - i, 64)));
+        }
         for (MaskRuns runs(block, 0, length); runs.next();) {
             const int32_t start = x + runs.start;
             mover.move(s + flip.sourceColumn(start) * mover.sStep, d + start * mover.dStep, runs.length, flip.columns);
