@@ -2,24 +2,23 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
+
+#include "kernel/kernel.h"
 
 namespace tov {
 
-#if defined(__GNUC__)
-struct __attribute__((packed, may_alias)) Word {
-#else
-#pragma pack(push, 1)
 struct Word {
-#endif
     Word() = default;
-    explicit Word(uint32_t value) : bits(value) {}
+    OWN_INLINE explicit Word(uint32_t value) { std::memcpy(bytes, &value, sizeof value); }
     // A word stands for its value wherever a formula takes one. NOLINTNEXTLINE(google-explicit-constructor)
-    operator uint32_t() const { return bits; }
+    OWN_INLINE operator uint32_t() const {
+        uint32_t value = 0;
+        std::memcpy(&value, bytes, sizeof value);
+        return value;
+    }
 
-    uint32_t bits;
+    uint8_t bytes[4];
 };
-#if !defined(__GNUC__)
-#pragma pack(pop)
-#endif
 
 } // namespace tov
