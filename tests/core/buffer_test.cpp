@@ -208,6 +208,14 @@ TEST(BorderedBuffer, RefusesABrokenHeader) {
         if (field == 2) scene[0]->align = 0;
         EXPECT_EQ(tov::ownBorderedBuffer(scene[0], 0, 0, 1, 1, &step), nullptr);
     }
+    for (int32_t nChannels : {1 << 30, INT32_MAX}) { // pixels of more bytes than can be counted
+        Scene scene(c);
+        scene[0]->depth = TOV_DEPTH_32S;
+        scene[0]->nChannels = nChannels;
+        for (int32_t width : {0, 1, INT32_MAX}) {
+            EXPECT_EQ(tov::ownBorderedBuffer(scene[0], 0, 0, width, 1, &step), nullptr);
+        }
+    }
 }
 
 // Corners in either direction: forwards a copy, backwards a mirrored one, across tiles too.

@@ -50,6 +50,20 @@ TEST(RoiStart, FindsTheFirstValueAndTheClippedSize) {
     }
 }
 
+TEST(RoiStart, RegionsFarBeyondTheImageAreEmpty) {
+    Case c = alike(1, TOV_DEPTH_32S, 1, 4, 4);
+    c.images[0].hasRoi = true;
+    c.images[0].roi = {2, INT32_MAX, INT32_MAX, INT32_MAX, INT32_MAX};
+    for (int32_t order : {TOV_DATA_ORDER_PIXEL, TOV_DATA_ORDER_PLANE}) {
+        const Scene scene(c);
+        scene[0]->dataOrder = order;
+        scene[0]->nChannels = INT32_MAX;
+        const tov::RoiStart start = tov::ownRoiStart(*scene[0], INT32_MAX - 1);
+        EXPECT_EQ(start.size.width, 0);
+        EXPECT_EQ(start.size.height, 0);
+    }
+}
+
 TEST(PlainAddress, AnImageThatIsNothingButAlphaHasNone) {
     Case c = alike(1, TOV_DEPTH_8U, 1, 1, 1);
     c.images[0].alpha = 1;
