@@ -322,6 +322,24 @@ TOV_API void tovCopy(TovImage* srcImage, TovImage* dstImage);
 TOV_API void tovSet(TovImage* image, int32_t fillValue);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Mirror
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * Copies the region of srcImage to dstImage with its columns (flipAxis 1), its rows (0) or both (-1) in reverse order.
+ * Rows are taken as they are stored, whatever origin says. Every depth but TOV_DEPTH_32F; depths agree, and data orders
+ * unless both images have one channel. Both may be the same header, which then has no mask.
+ *
+ * A source's mask is read at the source pixel, a destination's at the destination pixel; a pixel that they don't let
+ * move stays as it was, but at 1 bit it becomes 0.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed;
+ * TOV_STS_TILE_FAILURE, "Error get tile to write". Where a temporary can't be had, for lack of memory or of a tile to
+ * read, the call ends with the status TOV_STS_NO_MEMORY and no report.
+ */
+TOV_API void tovMirror(TovImage* srcImage, TovImage* dstImage, int32_t flipAxis);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Bitmaps
  * --------------------------------------------------------------------------------------------------------------- */
 
