@@ -103,7 +103,8 @@ RoiStart ownRoiStart(const TovImage& image, int32_t coiOffset) {
 }
 
 bool ownSameLayout(const TovImage& a, const TovImage& b, bool hasAlpha) {
-    if (hasAlpha) return false;
+    // The largest number stands for the size of a tile that doesn't fit the field.
+    if (hasAlpha || a.imageSize == INT32_MAX) return false;
     if (a.height != b.height || a.width != b.width || a.imageSize != b.imageSize || a.align != b.align) return false;
     const auto whole = [](const TovImage& image) {
         const TovROI* roi = image.roi;

@@ -5,6 +5,7 @@
 
 #include "core/image.h"
 #include "core/ownrect.h"
+#include "core/tiles.h"
 #include "reference/samples.h"
 #include "support/sweep.h"
 
@@ -100,6 +101,13 @@ TEST(SameLayout, AsksForWholeImagesOfOneShape) {
                               TovROI{0, 0, 1, 50, 50}, TovROI{1, 0, 0, 9, 7}}) {
         EXPECT_FALSE(same([&](Spec& a, Spec&) { a.hasRoi = true, a.roi = roi; }));
     }
+    TovImage tile{};
+    tile.nChannels = 3;
+    tile.dataOrder = TOV_DATA_ORDER_PLANE;
+    tov::shapeAsPlain(tile, {32768, 21845}, 32768);
+    EXPECT_TRUE(tov::ownSameLayout(tile, tile, false));
+    tov::shapeAsPlain(tile, {32768, 32768}, 32768); // larger than imageSize can say
+    EXPECT_FALSE(tov::ownSameLayout(tile, tile, false));
     EXPECT_TRUE(same([](Spec& a, Spec& b) { a.hasRoi = true, a.roi.coi = 1, a.nChannels = b.nChannels = 1; }));
 }
 
