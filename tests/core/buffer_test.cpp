@@ -197,6 +197,43 @@ TEST(BorderedBuffer, KnownRows) {
     EXPECT_EQ(columns(TOV_BORDER_REPLICATE, -2, 7), (std::vector<int>{0, 0, 0, 1, 2, 2, 2}));
 }
 
+// The gathers in their order: rows above, inside and below, in each the columns before, inside and behind.
+TEST(BorderedBuffer, TileRequestsKnownByHand) {
+    const auto requests = [](int32_t mode, const Window& window) {
+        Case c = alike(1, TOV_DEPTH_8U, 1, 20, 20);
+        c.images[0].tileWidth = c.images[0].tileHeight = 16;
+        for (int32_t& side : c.images[0].borderMode) side = mode;
+        Scene scene(c);
+        int32_t step = 0;
+        tov::ownFreeBuffer(tov::ownBorderedBuffer(scene[0], window.x, window.y, window.width, window.height, &step));
+        std::string text;
+        for (const TileEvent& event : scene.server.log) {
+            text += event.mode == TOV_TILE_READ ? "r" : "x";
+            text += std::to_string(event.x) + std::to_string(event.y) + " ";
+        }
+        return text;
+    };
+    const std::string inside = "r00 r10 x10 x00 r01 r11 x11 x01 ";
+    const Window around{-2, -2, 24, 24};
+    EXPECT_EQ(requests(TOV_BORDER_CONSTANT, around), inside);
+    const std::string nearest =
+        "r00 x00 r00 r10 x10 x00 r10 x10 " // above
+        "r00 x00 r01 x01 " +
+        inside +
+        "r10 x10 r11 x11 "                  // inside
+        "r01 x01 r01 r11 x11 x01 r11 x11 "; // below
+    EXPECT_EQ(requests(TOV_BORDER_REPLICATE, around), nearest);
+    EXPECT_EQ(requests(TOV_BORDER_REFLECT, around), nearest);
+    EXPECT_EQ(requests(TOV_BORDER_WRAP, around),
+              "r11 x11 r01 r11 x11 x01 r01 x01 "
+              "r10 x10 r11 x11 " +
+                  inside +
+                  "r00 x00 r01 x01 "
+                  "r10 x10 r00 r10 x10 x00 r00 x00 ");
+    EXPECT_EQ(requests(TOV_BORDER_REFLECT, {-20, 0, 20, 20}), "r10 r00 x00 x10 r11 r01 x01 x11 "); // backwards
+    EXPECT_EQ(requests(TOV_BORDER_REFLECT, {-21, 3, 2, 1}), "r10 x10 r10 x10 "); // one gather a period
+}
+
 TEST(BorderedBuffer, RefusesABrokenHeader) {
     const Case c = alike(1, TOV_DEPTH_8U, 1, 3, 1);
     int32_t step = 0;

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <future>
 #include <map>
@@ -164,6 +165,16 @@ TEST(DetachDeathTest, OtherThreadsKeepTheirContext) {
         worker.join();
     };
     EXPECT_EXIT(endInTheMiddle(), testing::ExitedWithCode(17), "^$");
+}
+
+TEST(ContextDeathTest, AThreadWithoutContextEndsTheProcessWithAText) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto beginTooLate = [] {
+        tov::detachProcess();
+        std::thread([] { tovGetErrStatus(); }).join();
+    };
+    EXPECT_EXIT(beginTooLate(), testing::KilledBySignal(SIGABRT),
+                "^Problem to allocate memory for TLS TOV context\\.\n$");
 }
 
 } // namespace

@@ -192,6 +192,17 @@ TEST(RoiSize, WithAndWithoutClipping) {
     EXPECT_EQ(size({0, 0, 0, 5, -1}, true), nothing);
     EXPECT_EQ(size({0, 99, 39, INT32_MAX, INT32_MAX}, true), std::pair(1, 1));
 
+    const auto clipped = [&](int32_t width, int32_t height) {
+        tov::ownClipSize(image, width, height);
+        return std::pair(width, height);
+    };
+    roi = {0, 90, 5, 20, 10};
+    EXPECT_EQ(clipped(50, 50), std::pair(10, 10));
+    EXPECT_EQ(clipped(3, -1), std::pair(3, -1)); // never raised
+    image.roi = nullptr;
+    EXPECT_EQ(clipped(101, 40), std::pair(100, 40));
+    image.roi = &roi;
+
     tov::OwnRect rect{};
     roi = {0, 150, 10, 50, 50};
     tov::ownImageRect(image, rect);
