@@ -40,7 +40,7 @@ void ownTileViewInit(TovImage* image, ImageView& view, const OwnRect& rect, OwnT
     walker.tiled = image->tileInfo != nullptr;
     if (!walker.tiled) return;
     const TovTileInfo& tiles = *image->tileInfo;
-    shapeAsTile(view.header, tiles, ownTileRowBytes(image));
+    shapeAsPlain(view.header, {tiles.width, tiles.height}, ownTileRowBytes(image));
     walker.tileWidth = tiles.width;
     walker.tileHeight = tiles.height;
     walker.toColumn(rect.x / tiles.width);
@@ -112,6 +112,8 @@ public:
 
 private:
     bool getTile() {
+        // A row of more bytes than a header can hold: no view can tell where the next one begins.
+        if (view.header.widthStep == 0) return false;
         view.header.imageData = tile_.get(walker_.col, walker_.row);
         return view.header.imageData != nullptr;
     }

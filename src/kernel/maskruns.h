@@ -66,11 +66,14 @@ OWN_INLINE int32_t countOnes(uint64_t word) {
 
 // Walks the runs of set bits in `width` bits from bit `bit` of `row` on, left to right:
 // `for (MaskRuns runs(row, bit, width); runs.next();) use(runs.start, runs.length);`
+//
 // Where runs are short their lengths can't be foreseen, and a processor that guesses wrong loses more than a pixel
-// costs. Such places come as bits instead: where `bits` is not 0 its most significant bit stands for pixel `start`.
-class MaskRuns {
+// costs. With Ragged such places come as bits instead: where `bits` is not 0 its most significant bit stands for pixel
+// `start`, and length means nothing.
+template <bool Ragged>
+class MaskRunsOf {
 public:
-    OWN_INLINE MaskRuns(const uint8_t* row, int32_t bit, int32_t width) : bytes_(row), next_(-bit), width_(width) {
+    OWN_INLINE MaskRunsOf(const uint8_t* row, int32_t bit, int32_t width) : bytes_(row), next_(-bit), width_(width) {
         if (load()) word_ &= ~uint64_t{0} >> bit;
     }
 
@@ -82,7 +85,7 @@ public:
         const int32_t zeros = leadingZeros(word_);
         start = static_cast<int32_t>(next_ - 64 + zeros);
         bits = 0;
-        if (countOnes(word_ & ~(word_ >> 1)) >= kManyRuns) {
+        if (Ragged && countOnes(word_ & ~(word_ >> 1)) >= kManyRuns) {
             bits = word_ << zeros;
             word_ = 0;
             return true;
@@ -139,5 +142,8 @@ private:
     int64_t width_;
     uint64_t word_ = 0; // the bits of 64 pixels that are still to be given
 };
+
+using MaskRuns = MaskRunsOf<false>;
+using RaggedMaskRuns = MaskRunsOf<true>;
 
 } // namespace tov

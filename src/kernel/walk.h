@@ -152,7 +152,7 @@ OWN_INLINE void walkLanes(const Span& span, const MaskLane& mask, Formula formul
             const int32_t y = span.planesInRows ? i : j;
             if constexpr (Masked) {
                 const uint8_t* bits = mask.first + y * mask.rowStep;
-                for (MaskRuns runs(bits, mask.bitOffset, span.width); runs.next();) {
+                for (RaggedMaskRuns runs(bits, mask.bitOffset, span.width); runs.next();) {
                     const int32_t x = runs.start;
                     if (runs.bits != 0) {
                         chosenRun(formula, runs.bits, span.nValues, d.pixel(plane, y, x), s.pixel(plane, y, x)...);

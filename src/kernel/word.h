@@ -11,6 +11,7 @@ namespace tov {
 struct Word {
     Word() = default;
     OWN_INLINE explicit Word(uint32_t value) { std::memcpy(bytes, &value, sizeof value); }
+    // A word stands for its value wherever a formula takes one. NOLINTNEXTLINE(google-explicit-constructor)
     OWN_INLINE operator uint32_t() const {
         uint32_t value = 0;
         std::memcpy(&value, bytes, sizeof value);

@@ -61,6 +61,9 @@ static void images(void) {
         expect(sum->imageData[4] == 100, "tovSubtract subtracts");
         tovCopy(a, sum);
         expect(sum->imageData[0] == 200, "tovCopy copies");
+        a->imageData[0] = 1;
+        tovMirror(a, sum, 1);
+        expect(sum->imageData[4] == 1 && sum->imageData[0] == 200, "tovMirror reverses columns");
         tovSet(sum, 17);
         expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovSet fills");
     }

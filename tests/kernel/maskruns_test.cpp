@@ -32,9 +32,10 @@ std::vector<int32_t> scan(const std::vector<uint8_t>& row, int32_t bit, int32_t 
     return chosen;
 }
 
+template <class Runs>
 std::vector<int32_t> walk(const std::vector<uint8_t>& row, int32_t bit, int32_t width) {
     std::vector<int32_t> chosen;
-    for (tov::MaskRuns runs(row.data(), bit, width); runs.next();) {
+    for (Runs runs(row.data(), bit, width); runs.next();) {
         for (int32_t i = 0; runs.bits == 0 && i < runs.length; i++) chosen.push_back(runs.start + i);
         for (int32_t i = 0; i < 64; i++) {
             if ((runs.bits << i >> 63) != 0) chosen.push_back(runs.start + i);
@@ -50,7 +51,9 @@ TEST(MaskRuns, GiveEverySetBitOnceInOrder) {
         const int32_t width = rng.between(1, rng.oneIn(2) ? 70 : 900);
         const auto longest = rng.oneIn(3) ? std::vector<int32_t>{3} : std::vector<int32_t>{1, 20, 300};
         const std::vector<uint8_t> row = drawRow(rng, bit, width, longest);
-        ASSERT_EQ(walk(row, bit, width), scan(row, bit, width)) << "round " << round << " bit " << bit;
+        const auto want = scan(row, bit, width);
+        ASSERT_EQ(walk<tov::MaskRuns>(row, bit, width), want) << "round " << round << " bit " << bit;
+        ASSERT_EQ(walk<tov::RaggedMaskRuns>(row, bit, width), want) << "round " << round << " bit " << bit;
     }
 }
 
