@@ -26,14 +26,6 @@ TovStatus onError(TovStatus status, const char* funcName, const char* context, c
 // ---------------------------------------------------------------------------------------------------------------------
 // The entries. Each makes a result from the source and adds it to the page.
 
-void showSource(Page& page, const Image& source) {
-    page.add({"The picture",
-              "What all other entries work on, as the library sees it.",
-              "source = tovTranslateDIB(dib, &cloneData);",
-              {}},
-             source);
-}
-
 void showSum(Page& page, const Image& source) {
     const Image result = makeLike(source);
     tovAdd(source.get(), source.get(), result.get());
@@ -57,9 +49,9 @@ void showDifference(Page& page, const Image& source) {
 }
 
 void showEdges(Page& page, const Image& source) {
-    // A second header over the same pixels: its region begins one pixel further.
+    // A second header over the same pixels: its region begins one pixel further, and is cut at the image's edges.
     TovImage shifted = *source.get();
-    TovROI region = {0, 1, 1, source->width - 1, source->height - 1};
+    TovROI region = {0, std::min(1, source->width - 1), std::min(1, source->height - 1), source->width, source->height};
     shifted.roi = &region;
     const Image fallen = makeLike(source);
     const Image result = makeLike(source);
@@ -256,10 +248,9 @@ struct Exhibit {
     Needs needs;
 };
 constexpr Exhibit kExhibits[] = {
-    {showSource, kNothing}, {showSum, kValues},        {showDifference, kValues},  {showEdges, kNothing},
-    {showRegion, kNothing}, {showSpotlight, kNothing}, {showMaskedFill, kNothing}, {showOr, kNothing},
-    {showAndNot, kNothing}, {showTwoMasks, kNothing},  {showChannel, kColors},     {showSwap, kColors},
-    {showTiles, kValues},
+    {showSum, kValues},        {showDifference, kValues},  {showEdges, kNothing}, {showRegion, kNothing},
+    {showSpotlight, kNothing}, {showMaskedFill, kNothing}, {showOr, kNothing},    {showAndNot, kNothing},
+    {showTwoMasks, kNothing},  {showChannel, kColors},     {showSwap, kColors},   {showTiles, kValues},
 };
 
 bool has(const TovImage& source, Needs needs) {
@@ -279,12 +270,14 @@ std::string describe(const TovImage& image) {
     return text + (image.origin == TOV_ORIGIN_BL ? ", bottom row first" : ", top row first");
 }
 
-void makeGallery(const std::string& folder, const std::string& name, const Image& source) {
+// `calls` made the source.
+void makeGallery(const std::string& folder, const std::string& name, const Image& source, const std::string& calls) {
     std::filesystem::create_directories(folder);
     const TovLibVersion* version = tovGetLibVersion();
     Page page(folder, "tov gallery",
               name + ": " + describe(*source.get()) + ". Made by " + version->name + " " + version->version + ".",
               source);
+    page.add({"The picture", "What all other entries work on.", calls, {}}, source);
     for (const Exhibit& exhibit : kExhibits) {
         if (!has(*source.get(), exhibit.needs)) continue;
         exhibit.show(page, source);
@@ -306,10 +299,12 @@ int main(int argc, char** argv) {
     const std::string name = argc == 3 ? argv[2] : "A picture that the program draws itself";
     try {
         if (argc == 2) {
-            makeGallery(argv[1], name, drawPicture());
+            makeGallery(argv[1], name, drawPicture(),
+                        "source = tovCreateImageHeader(3, 0, TOV_DEPTH_8U, ...);\ntovAllocateImage(source, 1, 0);");
         } else {
             Bitmap bitmap(name); // the image may point into it
-            makeGallery(argv[1], std::filesystem::path(name).filename().string(), bitmap.translate());
+            makeGallery(argv[1], std::filesystem::path(name).filename().string(), bitmap.translate(),
+                        "source = tovTranslateDIB(dib, &cloneData);");
         }
         return 0;
     } catch (const std::exception& failure) {
