@@ -331,7 +331,7 @@ TOV_API void tovSet(TovImage* image, int32_t fillValue);
  * Each pixel becomes the average of a window of nCols by nRows samples of its channel, in which it stands at (anchorX,
  * anchorY), counted from 0. Windows read the source outside its region and mask, and beyond its edge by its border
  * settings. All depths; those of the images agree, and their data orders unless dstImage has one channel. Both may be
- * the same image; a tiled one then wants windows no larger than a tile.
+ * the same image; in a tiled one windows that are larger than a tile, or that wrap, can then read blurred pixels.
  *
  * The average is the window's sum times the single-precision inverse of the area, truncated toward zero; a 1-bit result
  * is set where it is 0.5 or more. Sums of 32-bit images are running sums that round toward zero. The time doesn't
