@@ -324,6 +324,28 @@ TOV_API void tovCopy(TovImage* srcImage, TovImage* dstImage);
 TOV_API void tovSet(TovImage* image, int32_t fillValue);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Blur
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * Each pixel becomes the average of a window of nCols by nRows samples of its channel, in which it stands at (anchorX,
+ * anchorY), counted from 0. Windows read the source outside its region and mask, and beyond its edge by its border
+ * settings. All depths; those of the images agree, and their data orders unless dstImage has one channel. Both may be
+ * the same image; in a tiled one windows that are larger than a tile, or that wrap, can then read blurred pixels.
+ *
+ * The average is the window's sum times the single-precision inverse of the area, truncated toward zero; a 1-bit result
+ * is set where it is 0.5 or more. Sums of 32-bit images are running sums that round toward zero. The time doesn't
+ * depend on the window. A window of 1 by 1 is a tovCopy.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed;
+ * TOV_STS_BAD_ALPHA_CHANNEL for an image that is nothing but alpha; TOV_STS_BAD_CHANNELS for differing numbers of
+ * channels; TOV_STS_NO_MEMORY, "Allocation failure", also where a tile to read can't be had; TOV_STS_TILE_FAILURE. With
+ * a single mask a negative status of the thread before the call ends it without a report.
+ */
+TOV_API void tovBlur(TovImage* srcImage, TovImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX,
+                     int32_t anchorY);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Mirror
  * --------------------------------------------------------------------------------------------------------------- */
 
