@@ -87,8 +87,9 @@ template <class T, class Sum>
 OWN_INLINE void averageRow(const Average& average, const Sum* windows, T* results, ptrdiff_t count) {
     if (sizeof(Sum) == 4 && average.small()) {
         OWN_EACH
-        for (ptrdiff_t i = 0; i < count; i++)
+        for (ptrdiff_t i = 0; i < count; i++) {
             results[i] = static_cast<T>(average.ofSmall(static_cast<int32_t>(windows[i])));
+        }
         return;
     }
     for (ptrdiff_t i = 0; i < count; i++) results[i] = static_cast<T>(average.ofAny(windows[i]));
