@@ -81,6 +81,7 @@ private:
 
 // The families, each in its file.
 void addArithItems(Items& items);
+void addBlurItems(Items& items);
 void addMirrorItems(Items& items);
 void addMoveItems(Items& items);
 
