@@ -322,6 +322,29 @@ TOV_API void tovCopy(TovImage* srcImage, TovImage* dstImage);
 TOV_API void tovSet(TovImage* image, int32_t fillValue);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Alpha
+ *
+ * Depths 8U and 16U. A sample stands for a fraction of the largest value of its depth, max: 255 or 65535. Products are
+ * floor(x * y / max) exactly. Each destination may be one of the sources; data orders may differ.
+ *
+ * Reports: TOV_STS_BAD_ARG with the comparison that failed; the code of a faulty header or mask with "Incorrect Image";
+ * TOV_STS_NO_MEMORY, "No working memory"; TOV_STS_BACKTRACE, "Bad masks for images", when two or more masks could not
+ * be merged, or when the thread's status was negative before; TOV_STS_TILE_FAILURE, "ERROR in Tiling callBack". Where
+ * tiles of several images don't line up, a rectangle that crosses tiles is worked in a copy, and all its tiles are held
+ * at once.
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * dstImage = srcImage * value, by value as a fraction of max; it is limited to 0 and max. Alpha channels are neither
+ * read nor written, unless a region chooses them. With a channel of interest in one image the other gives its own, or
+ * its only colour.
+ */
+TOV_API void tovMultiplySScale(TovImage* srcImage, TovImage* dstImage, int32_t value);
+
+/* dstImage = srcImageA * srcImageB, sample by sample, with the rules of tovMultiplySScale. */
+TOV_API void tovMultiplyScale(TovImage* srcImageA, TovImage* srcImageB, TovImage* dstImage);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Bitmaps
  * --------------------------------------------------------------------------------------------------------------- */
 

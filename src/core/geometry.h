@@ -12,10 +12,10 @@ struct Size {
     bool empty() const { return width <= 0 || height <= 0; }
 };
 
+inline int32_t smaller(int32_t a, int32_t b) { return a < b ? a : b; }
+
 // The smaller width and the smaller height.
-inline Size smaller(Size a, Size b) {
-    return {a.width < b.width ? a.width : b.width, a.height < b.height ? a.height : b.height};
-}
+inline Size smaller(Size a, Size b) { return {smaller(a.width, b.width), smaller(a.height, b.height)}; }
 
 struct Point {
     int32_t x;

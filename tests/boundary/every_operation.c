@@ -61,6 +61,10 @@ static void images(void) {
         expect(sum->imageData[4] == 100, "tovSubtract subtracts");
         tovCopy(a, sum);
         expect(sum->imageData[0] == 200, "tovCopy copies");
+        tovMultiplySScale(a, sum, 128);
+        expect(sum->imageData[0] == 100, "tovMultiplySScale truncates");
+        tovMultiplyScale(a, b, sum);
+        expect(sum->imageData[0] == 78, "tovMultiplyScale truncates");
         tovSet(sum, 17);
         expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovSet fills");
     }
