@@ -344,6 +344,37 @@ TOV_API void tovMultiplySScale(TovImage* srcImage, TovImage* dstImage, int32_t v
 /* dstImage = srcImageA * srcImageB, sample by sample, with the rules of tovMultiplySScale. */
 TOV_API void tovMultiplyScale(TovImage* srcImageA, TovImage* srcImageB, TovImage* dstImage);
 
+/* The operators of tovAlphaComposite. */
+enum {
+    TOV_COMPOSITE_OVER = 0,
+    TOV_COMPOSITE_IN = 1,
+    TOV_COMPOSITE_OUT = 2,
+    TOV_COMPOSITE_ATOP = 3,
+    TOV_COMPOSITE_XOR = 4,
+    TOV_COMPOSITE_PLUS = 5
+};
+
+/*
+ * dstImage = srcImageA operator srcImageB, by their alpha, for one of the six Porter-Duff operators.
+ *
+ * A's alpha comes from alphaImageA, or from srcImageA's own alpha channel when that is null. B's alpha comes from
+ * alphaImageB; when that is null, from srcImageB's own alpha channel if alphaImageA is null too and there is one;
+ * otherwise it is the complement of A's alpha at each pixel. The result alpha goes to alphaImageDst, which must have an
+ * alpha channel, or to dstImage's alpha channel; without either it isn't written. An alpha image gives its alpha
+ * channel or, without one, its first channel; its channel of interest doesn't count, its region and mask do.
+ *
+ * premulAlpha 1: the colours of A and B are multiplied by their alpha already; 0: they are plain. divideMode 0: integer
+ * arithmetic in which each product is floor(x * y / max), and the result colour is multiplied by its alpha. divideMode
+ * 1: double precision, the colour is divided by the result alpha, limited to max and rounded to the nearest sample,
+ * ties to even.
+ *
+ * A channel of interest is all or nothing: dstImage and both sources have one, none of them alpha, or none has.
+ * dstImage may be a source, and alphaImageDst an alpha source: in each row all colours are written before the alpha.
+ */
+TOV_API void tovAlphaComposite(TovImage* srcImageA, TovImage* srcImageB, TovImage* dstImage, int32_t compositeType,
+                               TovImage* alphaImageA, TovImage* alphaImageB, TovImage* alphaImageDst,
+                               int32_t premulAlpha, int32_t divideMode);
+
 /* ------------------------------------------------------------------------------------------------------------------
  * Bitmaps
  * --------------------------------------------------------------------------------------------------------------- */

@@ -65,6 +65,8 @@ static void images(void) {
         expect(sum->imageData[0] == 100, "tovMultiplySScale truncates");
         tovMultiplyScale(a, b, sum);
         expect(sum->imageData[0] == 78, "tovMultiplyScale truncates");
+        tovAlphaComposite(a, b, sum, TOV_COMPOSITE_OVER, a, NULL, NULL, 1, 0);
+        expect(sum->imageData[0] == 222, "tovAlphaComposite lays A over B");
         tovSet(sum, 17);
         expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovSet fills");
     }
