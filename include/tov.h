@@ -376,6 +376,43 @@ TOV_API void tovAlphaComposite(TovImage* srcImageA, TovImage* srcImageB, TovImag
                                int32_t premulAlpha, int32_t divideMode);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Colour twist
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * A linear map of three colours. Row r of the matrix, data[4 * r] to data[4 * r + 3], has the weights of the three
+ * input channels and the constant of output channel r; each entry stands for its value divided by 2 to the power of
+ * scalingValue. The fourth row is kept and never read.
+ */
+typedef struct TovColorTwist {
+    int32_t data[16];
+    int32_t scalingValue; /* 0 to 31 */
+} TovColorTwist;
+
+/*
+ * Copies 16 entries and a scaling value into a record of the caller's. Reports TOV_STS_BAD_ARG for a null pointer and
+ * for a scalingValue outside 0 to 31, and leaves the record as it is then.
+ */
+TOV_API void tovSetColorTwist(TovColorTwist* cTwist, const int32_t* data, int32_t scalingValue);
+
+/*
+ * Maps the first three channels of srcImage to those of dstImage; further channels, alpha among them, are left alone,
+ * and channels of interest don't count. Depths 8U and 16U; max is 255 or 65535. The images have the same depth, data
+ * order and origin, three channels at least without alpha, and masks of their own origin. Both may be the same image.
+ *
+ * Each sum is exact. A sum that offset would take out of the range of the depth is limited first: with an offset from 0
+ * to max - 1, sums below 0 give offset and sums from max + 1 - offset on give max; with a negative one down to
+ * -(max - 1), sums below -offset give 0 and sums from max + 1 on give max + offset. Within the range the sum is
+ * truncated and offset is added. An offset of max and more gives max, one of -max and less gives 0 everywhere.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed, for a
+ * tile that can't be had, and for a mask that can't be made for lack of memory; TOV_STS_BACKTRACE, "error_tovAnd".
+ * Where an image is tiled or has a mask, a negative status of the thread before the call ends it without a report:
+ * clear it by tovSetErrStatus(TOV_STS_OK) first.
+ */
+TOV_API void tovApplyColorTwist(TovImage* srcImage, TovImage* dstImage, const TovColorTwist* cTwist, int32_t offset);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Bitmaps
  * --------------------------------------------------------------------------------------------------------------- */
 

@@ -75,10 +75,27 @@ static void images(void) {
     tovDeallocate(sum, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
 }
 
+static void colours(void) {
+    static const int32_t swap[16] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0};
+    TovColorTwist twist;
+    TovImage* image = tovCreateImageHeader(3, 0, TOV_DEPTH_8U, "RGB", "BGR", TOV_DATA_ORDER_PIXEL, TOV_ORIGIN_TL,
+                                           TOV_ALIGN_4BYTES, 1, 1, NULL, NULL, NULL, NULL);
+    tovSetColorTwist(&twist, swap, 0);
+    expect(image != NULL && twist.data[2] == 1, "a twist is set");
+    if (image != NULL) {
+        tovAllocateImage(image, 1, 0);
+        image->imageData[0] = 200;
+        tovApplyColorTwist(image, image, &twist, 0);
+        expect(image->imageData[0] == 0 && image->imageData[2] == 200, "tovApplyColorTwist swaps channels");
+        tovDeallocate(image, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
+    }
+}
+
 int main(void) {
     errors();
     version();
     images();
+    colours();
     expect(tovGetErrStatus() == TOV_STS_OK, "no failure at the end");
     return failures == 0 ? 0 : 1;
 }
