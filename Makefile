@@ -18,7 +18,7 @@ checkedPresets = asan-ubsan clang isa-baseline isa-v3 isa-v4 tsan
 help:
 	@echo "make demo [IMAGE=path]   run the operations on a bitmap; see build/demo/index.html"
 	@echo "make test                build and run the tests"
-	@echo "make bench               measure against memory limits and other libraries"
+	@echo "make bench               measure against memory limits and other libraries, for docs/performance.md"
 	@echo "make check               format, lint, layers, and the tests under every other preset"
 	@echo "make preset-NAME         build and test one preset of CMakePresets.json, such as preset-debug"
 	@echo "make docs                the reference, build/docs/html/index.html (doxygen)"
@@ -44,7 +44,7 @@ bench:
 	$(setup) build bench
 	cmake --preset release $(CMAKE_ARGS)
 	cmake --build --preset release --target tov_bench
-	build/release/bench/tov_bench
+	build/release/bench/tov_bench --write=docs/performance.md
 
 check: check-format check-layering check-lint $(addprefix preset-,$(checkedPresets))
 
