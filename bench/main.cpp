@@ -69,6 +69,7 @@ int main(int argc, char** argv) {
     bench::Items items;
     bench::addArithItems(items);
     bench::addMoveItems(items);
+    bench::addAlphaItems(items);
     const std::vector<const bench::Item*> chosen = items.select(filter);
     for (const bench::Item* item : chosen) registerItem(*item);
 
