@@ -70,11 +70,12 @@ public:
     IntegerBlocks(const CompositeArgs& args, const Lanes<T>& lanes, const CompositeRows<T>& rows)
         : lanes_(lanes),
           rows_(rows),
+          type_(args.compositeType),
           combine_(rows.combine[args.compositeType]),
           premultiplied_(args.premulAlpha != 0) {}
 
     static constexpr int32_t kMostChannelPixels = kBlockSamples;
-    static constexpr int32_t kMostPixels = kBlockSamples / 4;
+    static constexpr int32_t kMostPixels = kPixelBlock;
 
     void begin(Point at, int32_t count) {
         a_ = gather(lanes_.alphaA, 0, at, count, alphaBufferA_);
@@ -104,15 +105,7 @@ public:
     void pixels(Point at, int32_t count) {
         const T* A = lanes_.A.row(0, at.y) + at.x * 4;
         const T* B = lanes_.B.row(0, at.y) + at.x * 4;
-        rows_.spread(A, alphaBufferA_, count);
-        rows_.spread(B, alphaBufferB_, count);
-        if (!premultiplied_) {
-            rows_.scalePixels(A, alphaBufferA_, bufferA_, count);
-            rows_.scalePixels(B, alphaBufferB_, bufferB_, count);
-            A = bufferA_;
-            B = bufferB_;
-        }
-        combine_(A, alphaBufferA_, B, alphaBufferB_, lanes_.dst.row(0, at.y) + at.x * 4, ptrdiff_t{count} * 4);
+        rows_.combinePixels[premultiplied_ ? 1 : 0][type_](A, B, lanes_.dst.row(0, at.y) + at.x * 4, count);
     }
 
 private:
@@ -124,6 +117,7 @@ private:
 
     const Lanes<T>& lanes_;
     const CompositeRows<T>& rows_;
+    int32_t type_;
     void (*combine_)(const T*, const T*, const T*, const T*, T*, ptrdiff_t);
     bool premultiplied_;
     const T* a_ = nullptr;

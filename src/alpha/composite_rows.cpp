@@ -83,15 +83,24 @@ struct PixelWord<uint16_t> {
     using Word = uint64_t;
 };
 
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+constexpr bool kFirstIsLow = false;
+#else
+constexpr bool kFirstIsLow = true;
+#endif
+
+// The last of the four samples in a word.
+template <class T, class Word>
+OWN_INLINE Word alphaOf(Word pixel) {
+    return kFirstIsLow ? static_cast<Word>(pixel >> (24 * sizeof(T)))
+                       : static_cast<Word>(pixel & static_cast<T>(~T{0}));
+}
+
 // The alpha of the pixel in a word, in all of the word's samples.
 template <class T, class Word>
 OWN_INLINE Word spreadWord(Word pixel) {
     constexpr int bits = 8 * sizeof(T);
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    const auto alpha = static_cast<Word>(pixel & static_cast<T>(~T{0}));
-#else
-    const auto alpha = static_cast<Word>(pixel >> (3 * bits));
-#endif
+    const auto alpha = alphaOf<T>(pixel);
     const auto pair = static_cast<Word>(alpha | alpha << bits);
     return static_cast<Word>(pair | pair << (2 * bits));
 }
@@ -108,21 +117,105 @@ OWN_INLINE void spreadRow(const T* pixels, T* alphas, ptrdiff_t nPixels) {
     }
 }
 
-// The word with ones in its alpha, so that the product with the alpha leaves it as it is.
-template <class T>
-OWN_INLINE void scalePixelRow(const T* pixels, const T* alphas, T* scaled, ptrdiff_t nPixels) {
-    using Word = typename PixelWord<T>::Word;
-    const T bytes[4] = {0, 0, 0, static_cast<T>(~T{0})};
-    Word kept;
-    std::memcpy(&kept, bytes, sizeof kept);
-    OWN_EACH
-    for (ptrdiff_t i = 0; i < nPixels; i++) {
-        Word weights;
-        std::memcpy(&weights, alphas + 4 * i, sizeof weights);
-        weights |= kept;
-        std::memcpy(scaled + 4 * i, &weights, sizeof weights);
+// Pixels of 8-bit samples are worked in half words of two samples: products fit, and vectors have the fewest steps.
+using Halves = uint16_t[2 * kPixelBlock];
+
+OWN_INLINE uint16_t scaleHalf(uint16_t samples, uint16_t lowWeight, uint16_t highWeight) {
+    const uint16_t low = scaleMul8(samples & UINT8_MAX, lowWeight);
+    const uint16_t high = scaleMul8(static_cast<uint16_t>(samples >> 8), highWeight);
+    return static_cast<uint16_t>(low | high << 8);
+}
+
+// The weights of a block of pixels: each pixel's alpha in both of its halves, and the same with 255 in the half that
+// has the alpha itself, where that must stay as it is.
+struct Weights {
+    OWN_INLINE void load(const uint8_t* pixels, ptrdiff_t nPixels) {
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < nPixels; i++) {
+            uint32_t pixel;
+            std::memcpy(&pixel, pixels + 4 * i, sizeof pixel);
+            const auto alpha = alphaOf<uint8_t>(pixel);
+            const uint32_t pair = alpha | alpha << 16;
+            const uint32_t kept = kFirstIsLow ? alpha | UINT32_C(0x00FF0000) : alpha << 16 | UINT32_C(0x000000FF);
+            std::memcpy(alphas + 2 * i, &pair, sizeof pair);
+            std::memcpy(keeping + 2 * i, &kept, sizeof kept);
+        }
     }
-    scaleRow(pixels, scaled, scaled, 4 * nPixels);
+
+    template <bool Premultiplied>
+    OWN_INLINE uint16_t colours(uint16_t samples, ptrdiff_t i) const {
+        if (Premultiplied) return samples;
+        return kFirstIsLow ? scaleHalf(samples, alphas[i], keeping[i]) : scaleHalf(samples, keeping[i], alphas[i]);
+    }
+
+    Halves alphas;
+    Halves keeping;
+};
+
+// An operator on whole pixels is a sum of at most two terms, each a pixel, its product with the other one's alpha, or
+// what the product leaves of it. No byte of the latter borrows from its neighbour, since a product is never the larger.
+enum class Term { None, Whole, Within, Without };
+template <Term Kind>
+OWN_INLINE uint16_t termOf(uint16_t samples, uint16_t otherAlpha) {
+    if constexpr (Kind == Term::Whole) return samples;
+    const uint16_t product = scaleHalf(samples, otherAlpha, otherAlpha);
+    return Kind == Term::Within ? product : static_cast<uint16_t>(samples - product);
+}
+
+// One term of all pixels of a block.
+template <bool Premultiplied, Term Kind>
+OWN_INLINE const uint8_t* termRow(const uint8_t* pixels, const Weights& own, const Weights& other, uint8_t* terms,
+                                  ptrdiff_t nPixels) {
+    if (Premultiplied && Kind == Term::Whole) return pixels;
+    OWN_EACH
+    for (ptrdiff_t i = 0; i < 2 * nPixels; i++) {
+        uint16_t samples;
+        std::memcpy(&samples, pixels + 2 * i, sizeof samples);
+        const uint16_t term = termOf<Kind>(own.colours<Premultiplied>(samples, i), other.alphas[i]);
+        std::memcpy(terms + 2 * i, &term, sizeof term);
+    }
+    return terms;
+}
+
+template <bool Premultiplied, Term TermA, Term TermB>
+OWN_INLINE void combineHalves(const uint8_t* A, const uint8_t* B, uint8_t* dst, ptrdiff_t nPixels) {
+    Weights a;
+    Weights b;
+    if (!Premultiplied || (TermB != Term::None && TermB != Term::Whole)) a.load(A, nPixels);
+    if (!Premultiplied || TermA != Term::Whole) b.load(B, nPixels);
+    if constexpr (TermB == Term::None) {
+        termRow<Premultiplied, TermA>(A, a, b, dst, nPixels);
+    } else {
+        uint8_t bufferA[4 * kPixelBlock];
+        uint8_t bufferB[4 * kPixelBlock];
+        const uint8_t* termsA = termRow<Premultiplied, TermA>(A, a, b, bufferA, nPixels);
+        const uint8_t* termsB = termRow<Premultiplied, TermB>(B, b, a, bufferB, nPixels);
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < 4 * nPixels; i++) dst[i] = addSat(termsA[i], termsB[i]);
+    }
+}
+
+// Pixels of 16-bit samples go by the rows of samples, each sample beside its pixel's alpha.
+template <bool Premultiplied, class Operator>
+OWN_INLINE void combineSpread(const uint16_t* A, const uint16_t* B, uint16_t* dst, ptrdiff_t nPixels) {
+    uint16_t alphasA[4 * kPixelBlock];
+    uint16_t alphasB[4 * kPixelBlock];
+    uint16_t scaledA[4 * kPixelBlock];
+    uint16_t scaledB[4 * kPixelBlock];
+    spreadRow(A, alphasA, nPixels);
+    spreadRow(B, alphasB, nPixels);
+    if (!Premultiplied) {
+        const auto scalePixels = [nPixels](const uint16_t* pixels, const uint16_t* alphas, uint16_t* scaled)
+                                     OWN_INLINE_LAMBDA {
+                                         scaleRow(pixels, alphas, scaled, 4 * nPixels);
+                                         for (ptrdiff_t i = 3; i < 4 * nPixels; i += 4) scaled[i] = alphas[i];
+                                     };
+        scalePixels(A, alphasA, scaledA);
+        scalePixels(B, alphasB, scaledB);
+        combineRow<Operator>(scaledA, alphasA, scaledB, alphasB, dst, 4 * nPixels);
+    } else {
+        combineRow<Operator>(A, alphasA, B, alphasB, dst, 4 * nPixels);
+    }
 }
 
 using Row8 = const uint8_t*;
@@ -181,11 +274,77 @@ OWN_KERNEL void ownSpreadRow_8u(Row8 pixels, uint8_t* alphas, ptrdiff_t nPixels)
 OWN_KERNEL void ownSpreadRow_16u(Row16 pixels, uint16_t* alphas, ptrdiff_t nPixels) {
     spreadRow(pixels, alphas, nPixels);
 }
-OWN_KERNEL void ownScalePixels_8u(Row8 pixels, Row8 alphas, uint8_t* scaled, ptrdiff_t nPixels) {
-    scalePixelRow(pixels, alphas, scaled, nPixels);
+OWN_KERNEL void ownPixelsOver_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combineHalves<true, Term::Whole, Term::Without>(A, B, dst, nPixels);
 }
-OWN_KERNEL void ownScalePixels_16u(Row16 pixels, Row16 alphas, uint16_t* scaled, ptrdiff_t nPixels) {
-    scalePixelRow(pixels, alphas, scaled, nPixels);
+OWN_KERNEL void ownPixelsIn_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combineHalves<true, Term::Within, Term::None>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPixelsOut_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combineHalves<true, Term::Without, Term::None>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPixelsAtop_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combineHalves<true, Term::Within, Term::Without>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPixelsXor_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combineHalves<true, Term::Without, Term::Without>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPixelsPlus_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combineHalves<true, Term::Whole, Term::Whole>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPlainPixelsOver_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combineHalves<false, Term::Whole, Term::Without>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPlainPixelsIn_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combineHalves<false, Term::Within, Term::None>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPlainPixelsOut_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combineHalves<false, Term::Without, Term::None>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPlainPixelsAtop_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combineHalves<false, Term::Within, Term::Without>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPlainPixelsXor_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combineHalves<false, Term::Without, Term::Without>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPlainPixelsPlus_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combineHalves<false, Term::Whole, Term::Whole>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPixelsOver_16u(Row16 A, Row16 B, uint16_t* dst, ptrdiff_t nPixels) {
+    combineSpread<true, Over>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPixelsIn_16u(Row16 A, Row16 B, uint16_t* dst, ptrdiff_t nPixels) {
+    combineSpread<true, In>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPixelsOut_16u(Row16 A, Row16 B, uint16_t* dst, ptrdiff_t nPixels) {
+    combineSpread<true, Out>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPixelsAtop_16u(Row16 A, Row16 B, uint16_t* dst, ptrdiff_t nPixels) {
+    combineSpread<true, Atop>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPixelsXor_16u(Row16 A, Row16 B, uint16_t* dst, ptrdiff_t nPixels) {
+    combineSpread<true, Xor>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPixelsPlus_16u(Row16 A, Row16 B, uint16_t* dst, ptrdiff_t nPixels) {
+    combineSpread<true, Plus>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPlainPixelsOver_16u(Row16 A, Row16 B, uint16_t* dst, ptrdiff_t nPixels) {
+    combineSpread<false, Over>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPlainPixelsIn_16u(Row16 A, Row16 B, uint16_t* dst, ptrdiff_t nPixels) {
+    combineSpread<false, In>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPlainPixelsOut_16u(Row16 A, Row16 B, uint16_t* dst, ptrdiff_t nPixels) {
+    combineSpread<false, Out>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPlainPixelsAtop_16u(Row16 A, Row16 B, uint16_t* dst, ptrdiff_t nPixels) {
+    combineSpread<false, Atop>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPlainPixelsXor_16u(Row16 A, Row16 B, uint16_t* dst, ptrdiff_t nPixels) {
+    combineSpread<false, Xor>(A, B, dst, nPixels);
+}
+OWN_KERNEL void ownPlainPixelsPlus_16u(Row16 A, Row16 B, uint16_t* dst, ptrdiff_t nPixels) {
+    combineSpread<false, Plus>(A, B, dst, nPixels);
 }
 
 } // namespace
@@ -195,16 +354,20 @@ const CompositeRows<uint8_t> kCompositeRows_8u = {
      ownColorRowPlus_8u},
     ownScaleRow_8u,
     ownComplementRow_8u,
+    {{ownPlainPixelsOver_8u, ownPlainPixelsIn_8u, ownPlainPixelsOut_8u, ownPlainPixelsAtop_8u, ownPlainPixelsXor_8u,
+      ownPlainPixelsPlus_8u},
+     {ownPixelsOver_8u, ownPixelsIn_8u, ownPixelsOut_8u, ownPixelsAtop_8u, ownPixelsXor_8u, ownPixelsPlus_8u}},
     ownSpreadRow_8u,
-    ownScalePixels_8u,
 };
 const CompositeRows<uint16_t> kCompositeRows_16u = {
     {ownColorRowOver_16u, ownColorRowIn_16u, ownColorRowOut_16u, ownColorRowAtop_16u, ownColorRowXor_16u,
      ownColorRowPlus_16u},
     ownScaleRow_16u,
     ownComplementRow_16u,
+    {{ownPlainPixelsOver_16u, ownPlainPixelsIn_16u, ownPlainPixelsOut_16u, ownPlainPixelsAtop_16u,
+      ownPlainPixelsXor_16u, ownPlainPixelsPlus_16u},
+     {ownPixelsOver_16u, ownPixelsIn_16u, ownPixelsOut_16u, ownPixelsAtop_16u, ownPixelsXor_16u, ownPixelsPlus_16u}},
     ownSpreadRow_16u,
-    ownScalePixels_16u,
 };
 
 } // namespace tov

@@ -7,6 +7,7 @@
 namespace tov {
 
 constexpr int32_t kOperators = 6;
+constexpr int32_t kPixelBlock = 128;
 
 // Integer arithmetic on samples of type T, 8 or 16 bits unsigned. Rows of one call are the same or disjoint.
 //
@@ -19,10 +20,10 @@ struct CompositeRows {
                                 ptrdiff_t count);
     void (*scale)(const T* row, const T* weights, T* scaled, ptrdiff_t count);
     void (*complement)(const T* rowAlpha, T* complements, ptrdiff_t count);
+    // Pixels of three colours and alpha, at most kPixelBlock: by premulAlpha and operator.
+    void (*combinePixels[2][kOperators])(const T* pixelsA, const T* pixelsB, T* pixelsDst, ptrdiff_t nPixels);
     // Each pixel of four samples gets its last one in all four.
     void (*spread)(const T* pixels, T* alphas, ptrdiff_t nPixels);
-    // Each pixel's colours weighed by its alpha, which is the last sample and stays as it is.
-    void (*scalePixels)(const T* pixels, const T* alphas, T* scaled, ptrdiff_t nPixels);
 };
 
 // Arithmetic in double precision, with a division by the result alpha and rounding to the nearest value.
