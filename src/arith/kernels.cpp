@@ -4,6 +4,7 @@
 #include "kernel/bitrows.h"
 #include "kernel/saturate.h"
 #include "kernel/walk.h"
+#include "kernel/word.h"
 
 namespace tov {
 
@@ -116,7 +117,7 @@ OWN_INLINE void bitKernel(const BinaryArgs& args, Formula formula) {
     if constexpr (Masked) {
         maskedBitRegion(args, formula);
     } else if (isFlat(args)) {
-        flatRun<uint32_t>(args, formula);
+        flatRun<Word>(args, formula);
     } else {
         bitRegion<8>(args, formula);
     }
@@ -193,23 +194,23 @@ OWN_KERNEL void ownSubF32Mask(const BinaryArgs& args) { valueKernel<float, float
 // Flat runs of the bit operations go by 32-bit words at every width; what doesn't fill a word stays.
 OWN_KERNEL void ownOrU1(const BinaryArgs& args) { bitKernel<false>(args, Or{}); }
 OWN_KERNEL void ownOrU1Mask(const BinaryArgs& args) { bitKernel<true>(args, Or{}); }
-OWN_KERNEL void ownOr8(const BinaryArgs& args) { valueKernel<uint8_t, uint32_t, false>(args, Or{}); }
-OWN_KERNEL void ownOr8Mask(const BinaryArgs& args) { valueKernel<uint8_t, uint32_t, true>(args, Or{}); }
-OWN_KERNEL void ownOr16(const BinaryArgs& args) { valueKernel<uint16_t, uint32_t, false>(args, Or{}); }
-OWN_KERNEL void ownOr16Mask(const BinaryArgs& args) { valueKernel<uint16_t, uint32_t, true>(args, Or{}); }
-OWN_KERNEL void ownOr32(const BinaryArgs& args) { valueKernel<uint32_t, uint32_t, false>(args, Or{}); }
-OWN_KERNEL void ownOr32Mask(const BinaryArgs& args) { valueKernel<uint32_t, uint32_t, true>(args, Or{}); }
+OWN_KERNEL void ownOr8(const BinaryArgs& args) { valueKernel<uint8_t, Word, false>(args, Or{}); }
+OWN_KERNEL void ownOr8Mask(const BinaryArgs& args) { valueKernel<uint8_t, Word, true>(args, Or{}); }
+OWN_KERNEL void ownOr16(const BinaryArgs& args) { valueKernel<uint16_t, Word, false>(args, Or{}); }
+OWN_KERNEL void ownOr16Mask(const BinaryArgs& args) { valueKernel<uint16_t, Word, true>(args, Or{}); }
+OWN_KERNEL void ownOr32(const BinaryArgs& args) { valueKernel<uint32_t, Word, false>(args, Or{}); }
+OWN_KERNEL void ownOr32Mask(const BinaryArgs& args) { valueKernel<uint32_t, Word, true>(args, Or{}); }
 
 OWN_KERNEL void ownAndU1(const BinaryArgs& args) { bitKernel<false>(args, And{}); }
 OWN_KERNEL void ownAndU1Mask(const BinaryArgs& args) { bitKernel<true>(args, And{}); }
-OWN_KERNEL void ownAnd8(const BinaryArgs& args) { valueKernel<uint8_t, uint32_t, false>(args, And{}); }
-OWN_KERNEL void ownAnd8Mask(const BinaryArgs& args) { valueKernel<uint8_t, uint32_t, true>(args, And{}); }
-OWN_KERNEL void ownAnd16(const BinaryArgs& args) { valueKernel<uint16_t, uint32_t, false>(args, And{}); }
-OWN_KERNEL void ownAnd16Mask(const BinaryArgs& args) { valueKernel<uint16_t, uint32_t, true>(args, And{}); }
-OWN_KERNEL void ownAnd32(const BinaryArgs& args) { valueKernel<uint32_t, uint32_t, false>(args, And{}); }
-OWN_KERNEL void ownAnd32Mask(const BinaryArgs& args) { valueKernel<uint32_t, uint32_t, true>(args, And{}); }
+OWN_KERNEL void ownAnd8(const BinaryArgs& args) { valueKernel<uint8_t, Word, false>(args, And{}); }
+OWN_KERNEL void ownAnd8Mask(const BinaryArgs& args) { valueKernel<uint8_t, Word, true>(args, And{}); }
+OWN_KERNEL void ownAnd16(const BinaryArgs& args) { valueKernel<uint16_t, Word, false>(args, And{}); }
+OWN_KERNEL void ownAnd16Mask(const BinaryArgs& args) { valueKernel<uint16_t, Word, true>(args, And{}); }
+OWN_KERNEL void ownAnd32(const BinaryArgs& args) { valueKernel<uint32_t, Word, false>(args, And{}); }
+OWN_KERNEL void ownAnd32Mask(const BinaryArgs& args) { valueKernel<uint32_t, Word, true>(args, And{}); }
 
-OWN_KERNEL void xorFlat(const UnaryArgs& args) { flatRun<uint32_t>(args, XorValue(args.value)); }
+OWN_KERNEL void xorFlat(const UnaryArgs& args) { flatRun<Word>(args, XorValue(args.value)); }
 OWN_KERNEL void ownXorSU1(const UnaryArgs& args) { bitRegion<16>(args, XorValue(args.value)); }
 OWN_KERNEL void ownXorSU1Mask(const UnaryArgs& args) { maskedBitRegion(args, XorValue(args.value)); }
 OWN_KERNEL void ownXorS8(const UnaryArgs& args) { regionRun<uint8_t, false>(args, XorValue(args.value)); }

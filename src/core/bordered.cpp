@@ -195,10 +195,15 @@ private:
     int32_t nPlanes_;
 };
 
+// Whether the fields that tell the layout of rows have values that they may have.
+bool isLaidOut(const TovImage& image) {
+    return depthIndex(image.depth) >= 0 && isDataOrder(image.dataOrder) && isAlign(image.align);
+}
+
 } // namespace
 
 uint8_t* ownBorderedBuffer(TovImage* image, int32_t x, int32_t y, int32_t width, int32_t height, int32_t* step) {
-    if (image == nullptr || width < 0 || height < 0 || checkForm(*image) != TOV_STS_OK) return nullptr;
+    if (image == nullptr || width < 0 || height < 0 || !isLaidOut(*image)) return nullptr;
     const bool planes = image->dataOrder == TOV_DATA_ORDER_PLANE;
     const int32_t nPlanes = planes ? image->nChannels : 1;
     const int32_t pixelBytes = (depthBits(image->depth) >> 3) * (planes ? 1 : image->nChannels);

@@ -26,17 +26,9 @@ TovStatus checkSize(const TovImage& image) {
 TovStatus checkForm(const TovImage& image) {
     if (depthIndex(image.depth) < 0) return TOV_STS_BAD_DEPTH;
     if (image.alphaChannel != 0 && image.alphaChannel != image.nChannels) return TOV_STS_BAD_ALPHA_CHANNEL;
-    if (image.dataOrder != TOV_DATA_ORDER_PIXEL && image.dataOrder != TOV_DATA_ORDER_PLANE) {
-        return TOV_STS_BAD_DATA_ORDER;
-    }
-    if (image.origin != TOV_ORIGIN_TL && image.origin != TOV_ORIGIN_BL) return TOV_STS_BAD_ORIGIN;
-    switch (image.align) {
-    case TOV_ALIGN_4BYTES:
-    case TOV_ALIGN_8BYTES:
-    case TOV_ALIGN_16BYTES:
-    case TOV_ALIGN_32BYTES: return TOV_STS_OK;
-    default: return TOV_STS_BAD_ALIGN;
-    }
+    if (!isDataOrder(image.dataOrder)) return TOV_STS_BAD_DATA_ORDER;
+    if (!isOrigin(image.origin)) return TOV_STS_BAD_ORIGIN;
+    return isAlign(image.align) ? TOV_STS_OK : TOV_STS_BAD_ALIGN;
 }
 
 TovStatus checkMask(TovImage* mask) {

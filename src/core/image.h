@@ -14,6 +14,16 @@ inline int32_t depthBits(uint32_t depth) { return static_cast<int32_t>(depth & ~
 int32_t depthIndex(uint32_t depth);
 constexpr int32_t kDepths = 7;
 
+// Whether a field has a value that it may have.
+inline bool isDataOrder(int32_t dataOrder) {
+    return dataOrder == TOV_DATA_ORDER_PIXEL || dataOrder == TOV_DATA_ORDER_PLANE;
+}
+inline bool isOrigin(int32_t origin) { return origin == TOV_ORIGIN_TL || origin == TOV_ORIGIN_BL; }
+inline bool isAlign(int32_t align) {
+    return align == TOV_ALIGN_4BYTES || align == TOV_ALIGN_8BYTES || align == TOV_ALIGN_16BYTES ||
+           align == TOV_ALIGN_32BYTES;
+}
+
 // 0 when the header is sound, otherwise the first fault, which is then the thread's status too. Reports nothing.
 TovStatus tovCheckImage(TovImage* image);
 

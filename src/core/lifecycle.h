@@ -66,9 +66,8 @@ private:
     TovImage* image_ = nullptr;
 };
 
-// A 1-bit image with pixels, contents open. Faults of the arguments are reported by the calls that make it; test the
-// result for what memory did not give.
-TemporaryImage makeBitImage(int32_t dataOrder, int32_t origin, int32_t align, Size size);
+// The header of a 1-bit image for one call, or null.
+TovImage* makeBitHeader(int32_t dataOrder, int32_t origin, int32_t align, Size size);
 
 // A header's private copy, whose region is its own: the caller's header is never touched.
 struct ImageView {

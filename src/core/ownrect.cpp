@@ -64,7 +64,8 @@ CombinedMask ownCombineMasks(const TovImage* maskA, const TovImage* maskB, const
         result.state = OWN_MASK_EMPTY;
         return result;
     }
-    result.made = makeBitImage(TOV_DATA_ORDER_PLANE, masks[0]->origin, TOV_ALIGN_8BYTES, size);
+    result.made = TemporaryImage(makeBitHeader(TOV_DATA_ORDER_PLANE, masks[0]->origin, TOV_ALIGN_8BYTES, size));
+    if (result.made.get() != nullptr) tovAllocateImage(result.made.get(), 1, 0);
     if (!result.made) {
         result.state = OWN_MASK_NO_MEMORY;
         return result;

@@ -119,11 +119,9 @@ void ownClipSize(const TovImage& image, int32_t& width, int32_t& height) {
     if (height > limit.height) height = limit.height;
 }
 
-TemporaryImage makeBitImage(int32_t dataOrder, int32_t origin, int32_t align, Size size) {
-    TemporaryImage image(tovCreateImageHeader(1, 0, TOV_DEPTH_1U, "GRAY", "G", dataOrder, origin, align, size.width,
-                                              size.height, nullptr, nullptr, nullptr, nullptr));
-    if (image.get() != nullptr) tovAllocateImage(image.get(), 0, 0);
-    return image;
+TovImage* makeBitHeader(int32_t dataOrder, int32_t origin, int32_t align, Size size) {
+    return tovCreateImageHeader(1, 0, TOV_DEPTH_1U, "GRAY", "G", dataOrder, origin, align, size.width, size.height,
+                                nullptr, nullptr, nullptr, nullptr);
 }
 
 void ImageView::borrow(const TovImage& image) {

@@ -34,12 +34,19 @@ void reportDifferences(const TovImage& src, const TovImage& dst) {
     }
 }
 
-// The mask of two images whose masks differ; without a value where the call ends. It starts out cleared, since masks of
-// the masks can keep bits of it from being written.
+// A cleared 1-bit image: masks of masks can keep bits of it from being written, and its row ends can reach those of the
+// destination. Where the header can't be had, tovAllocateImage reports that.
+TemporaryImage makeBits(int32_t dataOrder, int32_t origin, int32_t align, Size size) {
+    TovImage* image = makeBitHeader(dataOrder, origin, align, size);
+    tovAllocateImage(image, 1, 0);
+    return TemporaryImage(image);
+}
+
+// The mask of two images whose masks differ; without a value where the call ends.
 TemporaryImage mergeMasks(TovImage* srcMask, TovImage* dstMask) {
     Size size;
     if (!ownCommonSize3(*srcMask, *dstMask, nullptr, size, true)) return {};
-    TemporaryImage merged = makeBitImage(TOV_DATA_ORDER_PLANE, srcMask->origin, TOV_ALIGN_4BYTES, size);
+    TemporaryImage merged = makeBits(TOV_DATA_ORDER_PLANE, srcMask->origin, TOV_ALIGN_4BYTES, size);
     if (tovGetErrStatus() < 0 && report.backtrace() != 0) return {};
     tovAnd(srcMask, dstMask, merged.get());
     // Whatever the handler says, there is no going on without pixels.
@@ -50,7 +57,7 @@ TemporaryImage mergeMasks(TovImage* srcMask, TovImage* dstMask) {
 // dst = (dst and not mask) or (src and mask), by operations on whole images.
 void copyMaskedBits(TovImage* srcImage, TovImage* dstImage, TovImage* mask, Size size) {
     {
-        const TemporaryImage part = makeBitImage(mask->dataOrder, mask->origin, mask->align, size);
+        const TemporaryImage part = makeBits(mask->dataOrder, mask->origin, mask->align, size);
         if (tovGetErrStatus() < 0) return;
         {
             const MaskLoan whole(mask, nullptr);

@@ -45,9 +45,7 @@ TEST(XorS, MatchesTheModel) {
 // All pairs at 8 bits, and the pairs at the limits of the wider depths, as sums and differences known by hand.
 TEST(Arithmetic, EveryPairOf8BitValues) {
     for (uint32_t depth : {TOV_DEPTH_8U, TOV_DEPTH_8S}) {
-        Case c;
-        c.images.resize(3);
-        for (ImageSpec& spec : c.images) spec.width = spec.height = 256, spec.depth = depth;
+        const Case c = alike(3, depth, 1, 256, 256);
         for (bool subtract : {false, true}) {
             Scene scene(c);
             for (int y = 0; y < 256; ++y) {
@@ -71,14 +69,11 @@ TEST(Arithmetic, EveryPairOf8BitValues) {
 }
 
 Case tiledCase(int32_t width, int32_t height, std::initializer_list<std::pair<int32_t, int32_t>> tiles) {
-    Case c;
+    Case c = alike(3, TOV_DEPTH_8U, 1, width, height);
+    int role = 0;
     for (const auto& [tileWidth, tileHeight] : tiles) {
-        ImageSpec spec;
-        spec.width = width;
-        spec.height = height;
-        spec.tileWidth = tileWidth;
-        spec.tileHeight = tileHeight;
-        c.images.push_back(spec);
+        c.images[role].tileWidth = tileWidth;
+        c.images[role++].tileHeight = tileHeight;
     }
     return c;
 }

@@ -178,9 +178,7 @@ TEST(BorderedBuffer, FailsWithoutALeakOrAHeldTile) {
 }
 
 TEST(BorderedBuffer, KnownRows) {
-    Case c;
-    c.images.resize(1);
-    c.images[0].width = 3;
+    const Case c = alike(1, TOV_DEPTH_8U, 1, 3, 1);
     const auto columns = [&](int32_t mode, int32_t x, int32_t width) {
         Scene scene(c);
         TovImage* image = scene[0];
@@ -200,8 +198,7 @@ TEST(BorderedBuffer, KnownRows) {
 }
 
 TEST(BorderedBuffer, RefusesABrokenHeader) {
-    Case c;
-    c.images.resize(1);
+    const Case c = alike(1, TOV_DEPTH_8U, 1, 3, 1);
     int32_t step = 0;
     EXPECT_EQ(tov::ownBorderedBuffer(nullptr, 0, 0, 1, 1, &step), nullptr);
     for (int field = 0; field < 3; ++field) {

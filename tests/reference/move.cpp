@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "reference/arith.h"
 #include "reference/walks.h"
 
 namespace tovtest {
@@ -25,31 +26,53 @@ void copyBytes(const uint8_t* source, uint8_t* target, std::size_t count) {
     while (count > 0) byte();
 }
 
-// dst = (dst and not mask) or (src and mask), in the three steps of which a tile server sees the requests.
+// While it stands, an image has another mask, or none.
+class Lend {
+public:
+    Lend(TestImage& lender, TestImage* mask) : image(lender), before(lender.mask) { image.mask = mask; }
+    ~Lend() { image.mask = before; }
+    Lend(const Lend&) = delete;
+    Lend& operator=(const Lend&) = delete;
+
+private:
+    TestImage& image;
+    TestImage* before;
+};
+
+// Sets or clears the bits of an image under a mask by operations on whole images, which may take their flat runs. The
+// mask is inverted in place for the value 0, and back.
+void setBits(Scene& scene, TestImage& image, TestImage& mask, bool value) {
+    const Lend bare(image, nullptr);
+    if (value) return combine(scene, {&image, &mask}, image, logicalOr);
+    combine(scene, {&mask}, mask, exclusiveOr, 1);
+    combine(scene, {&image, &mask}, image, logicalAnd);
+    combine(scene, {&mask}, mask, exclusiveOr, 1);
+}
+
+// dst = (dst and not mask) or (src and mask), by way of a temporary mask whose row ends are clear.
 void copyMaskedBits(Scene& scene, TestImage& src, TestImage& dst, const Common& common) {
-    const Area from = regionOf(src), to = regionOf(dst);
-    const auto each = [&](auto&& step) {
-        for (int32_t j = 0; j < common.height; ++j) {
-            for (int32_t i = 0; i < common.width; ++i) {
-                if (common.allows(i, j)) step(i, j);
-            }
-        }
-    };
-    each([&](int32_t i, int32_t j) { setSample(dst, to.x + i, to.y + j, 0, 0); });
-    if (dst.tiled()) logBands(scene, {}, dst, common.width, common.height);
-    std::vector<std::pair<int32_t, int32_t>> ones;
-    each([&](int32_t i, int32_t j) {
-        if (getSample(src, from.x + i, from.y + j, 0) != 0) ones.emplace_back(i, j);
-    });
-    if (src.tiled()) { // read only, so it stands in the destination's place of no walk
-        const std::size_t first = scene.server.log.size();
-        logBands(scene, {}, src, common.width, common.height);
-        for (std::size_t k = first; k < scene.server.log.size(); ++k) {
-            if (scene.server.log[k].mode == TOV_TILE_WRITE) scene.server.log[k].mode = TOV_TILE_READ;
-        }
+    const TestImage& mask = dst.mask ? *dst.mask : *src.mask;
+    Case c;
+    c.images.resize(1);
+    c.images[0] = mask.spec;
+    c.images[0].width = common.width;
+    c.images[0].height = common.height;
+    c.images[0].align = dst.mask && src.mask && dst.mask != src.mask ? 4 : mask.spec.align; // merged masks have 4
+    c.images[0].slack = 0;
+    c.images[0].hasRoi = false;
+    c.images[0].fill = Fill::zeros;
+    const Scene room(c);
+    TestImage& temporary = room.at(0);
+    for (int32_t j = 0; j < common.height; ++j) {
+        for (int32_t i = 0; i < common.width; ++i) setSample(temporary, i, j, 0, common.allows(i, j));
     }
-    for (const auto& [i, j] : ones) setSample(dst, to.x + i, to.y + j, 0, 1);
-    if (dst.tiled()) logBands(scene, {}, dst, common.width, common.height);
+    setBits(scene, dst, temporary, false);
+    {
+        const Lend bare(src, nullptr);
+        combine(scene, {&src, &temporary}, temporary, logicalAnd);
+    }
+    const Lend masked(dst, &temporary);
+    combine(scene, {&dst, &temporary}, dst, logicalOr);
     ++scene.notes["composed"];
 }
 
@@ -99,6 +122,9 @@ void setImage(Scene& scene, TestImage& image, int32_t fillValue) {
     const Common common({&image}, masksOf({&image}));
     if (common.empty()) return;
     const uint32_t depth = image.header.depth;
+    if (common.masked()) ++scene.notes["masked"];
+    if (image.tiled()) ++scene.notes["tiles"];
+    if (depth == TOV_DEPTH_1U && common.masked()) return setBits(scene, image, *image.mask, fillValue > 0);
     const Area region = regionOf(image);
     for (int32_t j = 0; j < common.height; ++j) {
         for (int32_t i = 0; i < common.width; ++i) {
@@ -107,14 +133,7 @@ void setImage(Scene& scene, TestImage& image, int32_t fillValue) {
             }
         }
     }
-    if (common.masked()) ++scene.notes["masked"];
-    if (!image.tiled()) return;
-    ++scene.notes["tiles"];
-    if (depth == TOV_DEPTH_1U && common.masked()) {
-        logBands(scene, {}, image, common.width, common.height);
-    } else {
-        logBlocks(scene, nullptr, image, common.width, common.height);
-    }
+    if (image.tiled()) logBlocks(scene, nullptr, image, common.width, common.height);
 }
 
 } // namespace tovtest

@@ -169,6 +169,7 @@ Case drawCase(uint64_t number, const Family& family) {
             spec.hasRoi = rng.oneIn(2);
             spec.roi = {0, 0, 0, spec.width, spec.height + rng.between(0, 3)};
         }
+        if (alike && rng.oneIn(8)) spec.align = rng.pick({4, 8, 16, 32}); // which alone forbids a flat run
         if (family.oneOrigin) spec.origin = c.images[0].origin;
     }
     drawChannels(c, family.roles, depth, rng);
@@ -214,6 +215,27 @@ Case drawCase(uint64_t number, const Family& family) {
                         rng.between(-70000, 70000)});
     if (family.adjust) family.adjust(c, rng);
     return c;
+}
+
+Case alike(int roles, uint32_t depth, int32_t nChannels, int32_t width, int32_t height) {
+    Case c;
+    c.images.resize(roles);
+    for (ImageSpec& spec : c.images) {
+        spec.depth = depth;
+        spec.nChannels = nChannels;
+        spec.width = width;
+        spec.height = height;
+    }
+    return c;
+}
+
+int giveMask(Case& c, int role) {
+    ImageSpec mask;
+    mask.depth = TOV_DEPTH_1U;
+    mask.width = c.images[role].width;
+    mask.height = c.images[role].height;
+    c.images.push_back(mask);
+    return c.images[role].mask = static_cast<int>(c.images.size()) - 1;
 }
 
 std::ostream& operator<<(std::ostream& out, const ImageSpec& s) {

@@ -44,6 +44,7 @@ struct Case {
 
     // The image that plays a role.
     ImageSpec& at(int role) { return images[resolve(role)]; }
+    const ImageSpec& at(int role) const { return images[resolve(role)]; }
     int resolve(int role) const { return images[role].sameAs < 0 ? role : images[role].sameAs; }
 };
 std::ostream& operator<<(std::ostream& out, const ImageSpec& spec);
@@ -63,5 +64,10 @@ Case drawCase(uint64_t number, const Family& family);
 void drawGeometry(ImageSpec& spec, Rng& rng);
 // Adds a 1-bit image that suits the region of an image, and returns its index.
 int addMask(Case& c, int owner, Rng& rng);
+
+// A case of plain images without regions, all of one kind.
+Case alike(int roles, uint32_t depth, int32_t nChannels, int32_t width, int32_t height);
+// Gives an image a mask of its own size.
+int giveMask(Case& c, int role);
 
 } // namespace tovtest

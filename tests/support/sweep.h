@@ -15,7 +15,6 @@ struct Sweep {
     std::function<void(Scene&)> product; // the call
     std::function<void(Scene&)> model;   // fills pixels, reports, status and server.log of its scene
     std::vector<std::string> mustMeet;   // notes that the model must have made in many cases
-    bool compareTileLog = true;
 };
 
 // Reports the first few cases that differ as test failures. With TOV_CASE=n in the environment, case n alone is run.
@@ -30,6 +29,10 @@ std::string compareCase(const Case& c, const Sweep& sweep, std::map<std::string,
 // the images.
 void failEachTile(const Case& c, const Sweep& sweep, bool bands,
                   const std::function<Reports(const TileEvent& failed)>& reportsOf);
+
+// The call must report exactly this, change nothing, ask for no tile, and leave the status of the reports' first
+// failure, or 0.
+void expectRefusal(const Case& c, const std::function<void(Scene&)>& call, const Reports& reports);
 
 template <typename T>
 std::string list(const std::vector<T>& items);
