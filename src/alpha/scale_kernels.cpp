@@ -21,22 +21,29 @@ struct ScaleBy {
     T value;
 };
 
-// dst = formula(sources...). Images of one data order are walked in it, runs being as long as their channels allow;
-// mixed orders channel by channel in each row.
+// dst = formula(sources...). Rows that hold nothing but the channels in work are walked as runs, planes that are all in
+// work one after the other. Anything else goes row by row, in each row channel by channel; pixels are taken whole there
+// too where images that are the same or disjoint can't tell.
 template <class T, class Formula, class... Images>
 OWN_INLINE void multiply(Formula formula, Size size, const TovImage* mask, const TovImage& dst, const Images&... srcs) {
     const bool chosen = coiOf(dst) != 0 || ((coiOf(srcs) != 0) || ...);
     const int32_t nch = chosen ? 1 : dst.nChannels - (dst.alphaChannel != 0 ? 1 : 0);
     const bool alike = ((srcs.dataOrder == dst.dataOrder) && ...);
-    const bool pixels = alike && dst.dataOrder == TOV_DATA_ORDER_PIXEL;
-    const Span span = {size.width, size.height, pixels ? 1 : nch, pixels ? nch : 1, !alike};
+    const bool rows = alike && mask == nullptr && dst.nChannels == nch;
+    const bool runs = rows && ((srcs.nChannels == nch) && ...);
     const auto first = [](const TovImage& image) { return coiOf(image) != 0 ? coiOf(image) : 1; };
-    const auto to = channelLane<T>(dst, first(dst));
-    if (mask != nullptr) {
-        walkLanes<true>(span, maskLane(mask), formula, to, channelLane<const T>(srcs, first(srcs))...);
-    } else {
-        walkLanes<false>(span, MaskLane{}, formula, to, channelLane<const T>(srcs, first(srcs))...);
-    }
+    const auto walk = [&](const auto& to, const auto&... from) OWN_INLINE_LAMBDA {
+        Span span = {size.width, size.height, 1, nch};
+        const bool pixels = alike && dst.dataOrder == TOV_DATA_ORDER_PIXEL &&
+                            (runs || !(overlapsElsewhere(footprintOf(to, span), footprintOf(from, span)) || ...));
+        if (!pixels) span = {size.width, size.height, nch, 1, !rows};
+        if (mask != nullptr) {
+            walkLanes<true>(span, maskLane(mask), formula, to, from...);
+        } else {
+            walkLanes<false>(span, MaskLane{}, formula, to, from...);
+        }
+    };
+    walk(channelLane<T>(dst, first(dst)), channelLane<const T>(srcs, first(srcs))...);
 }
 
 template <class T>

@@ -26,12 +26,14 @@ bool makeStaging(const OwnTileStage& stage, OwnTileSlot& slot) {
     makeHeader(*slot.image, stage.width, stage.height, slot.stageROI, slot.stageImage);
     if (slot.stageImage == nullptr) return false;
     tovAllocateImage(slot.stageImage, 0, -1);
+    // A table would be read at the release, so there is none without pixels to stage in.
+    if (slot.stageImage->imageData == nullptr) return false;
     const auto cells = [](int32_t length, int32_t tile) { return (int64_t{length} - 1 + tile) / tile + 1; };
     const int64_t columns = cells(stage.width, slot.tileWidth);
     const int64_t rows = cells(stage.height, slot.tileHeight);
     slot.tableColumns = static_cast<int32_t>(columns);
     slot.tileTable = AlignedBlock<uint8_t*>(static_cast<size_t>(columns * rows)).release();
-    return slot.stageImage->imageData != nullptr && slot.tileTable != nullptr;
+    return slot.tileTable != nullptr;
 }
 
 bool oneTile(const OwnTileSlot& slot) { return slot.firstColumn == slot.lastColumn && slot.firstRow == slot.lastRow; }
@@ -234,7 +236,7 @@ void ownTileStageRelease(OwnTileStage* stage, int32_t number) {
     if (tiles == nullptr) return;
     if (!oneTile(slot)) {
         if (slot.tileTable != nullptr) releaseSeveralTiles(*stage, slot);
-    } else if (slot.tileImage->imageData != nullptr) {
+    } else if (tiles->tileData != nullptr) {
         tiles->callBack(slot.image, slot.firstColumn, slot.firstRow, TOV_TILE_RELEASE);
     }
 }

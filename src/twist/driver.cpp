@@ -30,10 +30,11 @@ void setRange(TwistMap& map, int32_t largest, int32_t offset) {
 TwistMap prepare(const TovColorTwist& cTwist, uint32_t depth, int32_t offset) {
     TwistMap map{};
     const int32_t largest = depth == TOV_DEPTH_8U ? UINT8_MAX : UINT16_MAX;
-    const double factor = 1.0 / static_cast<double>(uint32_t{1} << cTwist.scalingValue);
+    // A record that was filled by hand may have any scale: its low five bits count.
+    map.shift = cTwist.scalingValue & 31;
+    const double factor = 1.0 / static_cast<double>(uint32_t{1} << map.shift);
     for (int32_t i = 0; i < 16; i++) map.m[i] = cTwist.data[i] * factor;
     for (int32_t i = 0; i < 12; i++) map.data[i] = cTwist.data[i];
-    map.shift = cTwist.scalingValue;
     setRange(map, largest, offset);
     // Where every sum has the same result there is no range to be inside of.
     const auto low = static_cast<float>(map.low);
