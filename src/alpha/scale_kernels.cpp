@@ -29,14 +29,15 @@ OWN_INLINE void multiply(Formula formula, Size size, const TovImage* mask, const
     const bool chosen = coiOf(dst) != 0 || ((coiOf(srcs) != 0) || ...);
     const int32_t nch = chosen ? 1 : dst.nChannels - (dst.alphaChannel != 0 ? 1 : 0);
     const bool alike = ((srcs.dataOrder == dst.dataOrder) && ...);
-    const bool rows = alike && mask == nullptr && dst.nChannels == nch;
-    const bool runs = rows && ((srcs.nChannels == nch) && ...);
+    const bool inPixels = alike && dst.dataOrder == TOV_DATA_ORDER_PIXEL;
+    const bool full = alike && mask == nullptr && dst.nChannels == nch;
+    const bool runs = full && ((srcs.nChannels == nch) && ...);
     const auto first = [](const TovImage& image) { return coiOf(image) != 0 ? coiOf(image) : 1; };
     const auto walk = [&](const auto& to, const auto&... from) OWN_INLINE_LAMBDA {
         Span span = {size.width, size.height, 1, nch};
-        const bool pixels = alike && dst.dataOrder == TOV_DATA_ORDER_PIXEL &&
-                            (runs || !(overlapsElsewhere(footprintOf(to, span), footprintOf(from, span)) || ...));
-        if (!pixels) span = {size.width, size.height, nch, 1, !rows};
+        const bool together =
+            inPixels && (runs || !(overlapsElsewhere(footprintOf(to, span), footprintOf(from, span)) || ...));
+        if (!together) span = {size.width, size.height, nch, 1, !full || inPixels};
         if (mask != nullptr) {
             walkLanes<true>(span, maskLane(mask), formula, to, from...);
         } else {
