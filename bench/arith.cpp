@@ -85,7 +85,7 @@ void addRegions(Items& items, Size size, const Named& named) {
                 .add({whole + ", regions", size, pixels(part) * nChannels, "value",
                       binary(named.operation, size, layout, place)})
                 .limitedBy(bound)
-                .aim(1.1, whole);
+                .aim(planes || nChannels == 1 ? 0 : 1.1, whole);
         }
     }
 }
@@ -106,7 +106,7 @@ void addChannels(Items& items, Size size) {
 }
 
 void addMasks(Items& items, Size size) {
-    for (const Depth& depth : {k8U, k16S, k32S, k32F}) {
+    for (const Depth& depth : {k8U, k8S, k16S, k32S, k32F}) {
         const std::string whole = label("add", depth);
         const auto masked = [=](TovImage* (*mask)(Size)) {
             return binary(tovAdd, size, {depth}, [=](Trio& trio) { trio.dst.mask(mask(size)); });

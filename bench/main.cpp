@@ -56,7 +56,7 @@ int main(int argc, char** argv) {
     takeOption(arguments, "benchmark_filter", filter);
     takeOption(arguments, "write", path);
     // In front of the user's, which so prevail.
-    arguments.insert(arguments.begin() + 1, {"--benchmark_repetitions=9", "--benchmark_min_time=0.02",
+    arguments.insert(arguments.begin() + 1, {"--benchmark_repetitions=25", "--benchmark_min_time=0.006",
                                              "--benchmark_enable_random_interleaving=true"});
     std::vector<char*> pointers;
     pointers.reserve(arguments.size());
@@ -68,6 +68,7 @@ int main(int argc, char** argv) {
     tovRedirectError(onError);
     bench::Items items;
     bench::addArithItems(items);
+    bench::addMirrorItems(items);
     bench::addMoveItems(items);
     bench::addAlphaItems(items);
     const std::vector<const bench::Item*> chosen = items.select(filter);

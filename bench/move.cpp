@@ -60,14 +60,14 @@ void addRegions(Items& items, Size size, const Operation& operation) {
             .aim(limitAim(size), bound);
         items.add({whole + ", regions", size, pixels(part) * 3, "value", calls(operation, size, layout, place)})
             .limitedBy(bound)
-            .aim(1.1, whole);
+            .aim(planes ? 0 : 1.1, whole);
     }
     for (const Depth& depth : {k8U, k16U, k32S}) {
         items
             .add({label(operation, depth, ", regions"), size, pixels(part), "value",
                   calls(operation, size, {depth}, place)})
             .limitedBy(limit(items, operation.traffic, size, depth.bits))
-            .aim(1.1, label(operation, depth));
+            .aim(0, label(operation, depth));
     }
 }
 

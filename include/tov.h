@@ -413,6 +413,24 @@ TOV_API void tovSetColorTwist(TovColorTwist* cTwist, const int32_t* data, int32_
 TOV_API void tovApplyColorTwist(TovImage* srcImage, TovImage* dstImage, const TovColorTwist* cTwist, int32_t offset);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Mirror
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * Copies the region of srcImage to dstImage with its columns (flipAxis 1), its rows (0) or both (-1) in reverse order.
+ * Rows are taken as they are stored, whatever origin says. Every depth but TOV_DEPTH_32F; depths agree, and data orders
+ * unless both images have one channel. Both may be the same header, which then has no mask.
+ *
+ * A source's mask is read at the source pixel, a destination's at the destination pixel; a pixel that they don't let
+ * move stays as it was, but at 1 bit it becomes 0.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed;
+ * TOV_STS_TILE_FAILURE, "Error get tile to write". Where a temporary can't be had, for lack of memory or of a tile to
+ * read, the call ends with the status TOV_STS_NO_MEMORY and no report.
+ */
+TOV_API void tovMirror(TovImage* srcImage, TovImage* dstImage, int32_t flipAxis);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Bitmaps
  * --------------------------------------------------------------------------------------------------------------- */
 
@@ -442,16 +460,24 @@ typedef struct tagRGBQUAD {
 #endif
 
 /*
- * Makes an image of a bitmap in memory: header (biSize 40), colour table or masks, and pixels in one block.
+ * Makes an image of a bitmap in memory: header (biSize 40, at any address), colour table or masks, and pixels in one
+ * block. biSizeImage and biClrImportant are not read.
  *
  * A 1-bit or 8-bit bitmap with an exact gray ramp as its table, a 24-bit one and a 32-bit one without masks are shared:
  * imageData points into the bitmap, which must outlive the image, and *cloneData is 0. All others are expanded into an
- * image of their own in plane order, and *cloneData is 1. Bottom-up bitmaps become TOV_ORIGIN_BL images. In a shared
- * image a 24-bit bitmap's pixels are taken to start right behind the header. The run-length stream of a compressed
- * bitmap must end with its end-of-bitmap code, since nothing tells its length.
+ * image of their own in plane order, and *cloneData is 1. Bottom-up bitmaps become TOV_ORIGIN_BL images. A 24-bit
+ * bitmap's pixels are taken to start right behind the header. Colours of fewer than 8 bits become the high bits of
+ * theirs; an index past the end of the colour table is black; pixels that a run-length stream leaves out have index 0.
+ * Such a stream must end with its end-of-bitmap code, since nothing tells its length.
  *
- * Returns a header that tovDeallocate(image, TOV_IMAGE_HEADER | TOV_IMAGE_DATA) frees, or null after a report. A
- * compressed bitmap that can't be decoded is reported and gives the image all the same, its pixels not written.
+ * Returns a header that tovDeallocate(image, TOV_IMAGE_HEADER | TOV_IMAGE_DATA) frees, or null after a report, and then
+ * leaves *cloneData alone. TOV_STS_BAD_ARG names a null argument or the header's field that is not served;
+ * TOV_STS_NO_MEMORY says that the header or the pixels of the image can't be had, after TOV_STS_BAD_IMAGE_SIZE from
+ * tovCreateImageHeader where the cause is a size that is 0 or too large.
+ *
+ * Expanding may fail once the image is made; it is returned all the same, with its pixels not written: a mask of 0 is
+ * TOV_STS_BAD_ARG, a faulty stream TOV_STS_BAD_ARG followed by TOV_STS_INTERNAL. A failure that an earlier call left in
+ * the status keeps pixels from being expanded, too, without a report: clear it by tovSetErrStatus before.
  */
 TOV_API TovImage* tovTranslateDIB(BITMAPINFOHEADER* dib, int32_t* cloneData);
 

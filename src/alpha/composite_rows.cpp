@@ -5,6 +5,7 @@
 
 #include "alpha/scalemul.h"
 #include "kernel/saturate.h"
+#include "kernel/word.h"
 
 namespace tov {
 
@@ -82,12 +83,6 @@ template <>
 struct PixelWord<uint16_t> {
     using Word = uint64_t;
 };
-
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-constexpr bool kFirstIsLow = false;
-#else
-constexpr bool kFirstIsLow = true;
-#endif
 
 // The last of the four samples in a word.
 template <class T, class Word>

@@ -40,7 +40,7 @@ void ownTileViewInit(TovImage* image, ImageView& view, const OwnRect& rect, OwnT
     walker.tiled = image->tileInfo != nullptr;
     if (!walker.tiled) return;
     const TovTileInfo& tiles = *image->tileInfo;
-    shapeAsTile(view.header, tiles, ownTileRowBytes(image));
+    shapeAsPlain(view.header, {tiles.width, tiles.height}, ownTileRowBytes(image));
     walker.tileWidth = tiles.width;
     walker.tileHeight = tiles.height;
     walker.toColumn(rect.x / tiles.width);

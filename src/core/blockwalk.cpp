@@ -24,43 +24,6 @@ void placeOnPlain(ImageView& view, const TovImage& image, const Cell& cell) {
     view.place(view.roi.xOffset + cell.distance.x, view.roi.yOffset + cell.distance.y, cell.size);
 }
 
-void placeOnTile(ImageView& view, TovImage& image, const Cell& cell, uint8_t* tileData) {
-    view.borrow(image);
-    view.header.maskROI = nullptr;
-    shapeAsTile(view.header, *image.tileInfo, ownTileRowBytes(&image));
-    view.header.imageData = tileData;
-    view.place(cell.inTile.x, cell.inTile.y, cell.size);
-}
-
-// Owns the bordered buffer of one cell.
-class CellBuffer {
-public:
-    CellBuffer() = default;
-    CellBuffer(const CellBuffer&) = delete;
-    CellBuffer& operator=(const CellBuffer&) = delete;
-    ~CellBuffer() { ownFreeBuffer(data_); }
-
-    // Copies the cell of a tiled source; the view is that copy with no offset. False when it can't be had.
-    bool fetch(ImageView& view, TovImage& image, const Cell& cell) {
-        view.borrow(image);
-        int32_t step = 0;
-        data_ = ownBorderedBuffer(&image, view.roi.xOffset + cell.distance.x, view.roi.yOffset + cell.distance.y,
-                                  cell.size.width, cell.size.height, &step);
-        if (data_ == nullptr) return false;
-        TovTileInfo shape = *image.tileInfo;
-        shape.width = cell.size.width;
-        shape.height = cell.size.height;
-        shapeAsTile(view.header, shape, step);
-        view.header.maskROI = nullptr;
-        view.header.imageData = data_;
-        view.place(0, 0, cell.size);
-        return true;
-    }
-
-private:
-    uint8_t* data_ = nullptr;
-};
-
 class Walk {
 public:
     Walk(const BlockWalk& walk, void (*operation)(const void*, TovImage*, TovImage*), const void* args)
@@ -97,7 +60,7 @@ private:
             return false;
         }
         ImageView dst;
-        placeOnTile(dst, *walk_.dst, cell, data);
+        viewTile(dst, *walk_.dst, data, cell.inTile, cell.size);
         if (walk_.source == nullptr) {
             operate(cell, nullptr, dst);
             return true;
@@ -108,8 +71,11 @@ private:
             operate(cell, &source, dst);
             return true;
         }
-        CellBuffer buffer;
-        if (!buffer.fetch(source, *walk_.source, cell)) {
+        BorderedCopy copy;
+        const TovROI* roi = walk_.source->roi;
+        const Point from = roi != nullptr ? Point{roi->xOffset, roi->yOffset} : Point{0, 0};
+        const Point at = {from.x + cell.distance.x, from.y + cell.distance.y};
+        if (!copy.fetch(source, *walk_.source, at, cell.size)) {
             walk_.report.backtrace();
             return false;
         }
@@ -127,7 +93,7 @@ private:
         }
         ImageView source;
         ImageView dst;
-        placeOnTile(source, *walk_.source, cell, data);
+        viewTile(source, *walk_.source, data, cell.inTile, cell.size);
         placeOnPlain(dst, *walk_.dst, cell);
         operate(cell, &source, dst);
         return true;

@@ -16,7 +16,7 @@ uint32_t borderPattern(const TovImage& image, int32_t side) {
     const int32_t value = image.borderConst[side];
     if (image.depth != TOV_DEPTH_32F) return fillPattern(value, image.depth);
     const auto number = static_cast<float>(value);
-    uint32_t pattern;
+    uint32_t pattern = 0;
     std::memcpy(&pattern, &number, sizeof pattern);
     return pattern;
 }

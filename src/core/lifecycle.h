@@ -71,8 +71,8 @@ TovImage* makeBitHeader(int32_t dataOrder, int32_t origin, int32_t align, Size s
 
 // A header's private copy, whose region is its own: the caller's header is never touched.
 struct ImageView {
-    TovImage header;
-    TovROI roi;
+    TovImage header{};
+    TovROI roi{};
 
     ImageView() = default;
     explicit ImageView(const TovImage& image) { borrow(image); }

@@ -15,14 +15,22 @@ int32_t ownTileRowBytes(TovImage* image) {
     return bytes <= INT32_MAX ? static_cast<int32_t>(bytes) : 0;
 }
 
-void shapeAsTile(TovImage& header, const TovTileInfo& tiles, int32_t rowBytes) {
-    const int64_t rows = int64_t{tiles.height} * (header.dataOrder == TOV_DATA_ORDER_PLANE ? header.nChannels : 1);
-    const int64_t size = rows <= INT32_MAX ? rows * rowBytes : INT32_MAX;
+void shapeAsPlain(TovImage& header, Size size, int32_t rowBytes) {
+    const int64_t rows = int64_t{size.height} * (header.dataOrder == TOV_DATA_ORDER_PLANE ? header.nChannels : 1);
+    const int64_t bytes = rows <= INT32_MAX ? rows * rowBytes : INT32_MAX;
     header.tileInfo = nullptr;
     header.widthStep = rowBytes;
-    header.width = tiles.width;
-    header.height = tiles.height;
-    header.imageSize = size <= INT32_MAX ? static_cast<int32_t>(size) : INT32_MAX;
+    header.width = size.width;
+    header.height = size.height;
+    header.imageSize = bytes <= INT32_MAX ? static_cast<int32_t>(bytes) : INT32_MAX;
+}
+
+void viewTile(ImageView& view, TovImage& image, uint8_t* tileData, Point inTile, Size size) {
+    view.borrow(image);
+    view.header.maskROI = nullptr;
+    shapeAsPlain(view.header, {image.tileInfo->width, image.tileInfo->height}, ownTileRowBytes(&image));
+    view.header.imageData = tileData;
+    view.place(inTile.x, inTile.y, size);
 }
 
 uint8_t* HeldTile::get(int32_t col, int32_t row) {
@@ -38,6 +46,19 @@ void HeldTile::release() {
     if (!held_) return;
     held_ = false;
     image_->tileInfo->callBack(image_, col_, row_, TOV_TILE_RELEASE);
+}
+
+bool BorderedCopy::fetch(ImageView& view, TovImage& image, Point from, Size size) {
+    int32_t step = 0;
+    ownFreeBuffer(data_);
+    data_ = ownBorderedBuffer(&image, from.x, from.y, size.width, size.height, &step);
+    if (data_ == nullptr) return false;
+    view.borrow(image);
+    shapeAsPlain(view.header, size, step);
+    view.header.maskROI = nullptr;
+    view.header.imageData = data_;
+    view.place(0, 0, size);
+    return true;
 }
 
 int32_t ownGetTileRow(TovImage* image, uint8_t** pointers, int32_t count, int32_t firstCol, int32_t row,

@@ -11,8 +11,11 @@ namespace tov {
 // Bytes from row to row of a tile; 0 for an image that isn't sound or isn't tiled.
 int32_t ownTileRowBytes(TovImage* image);
 
-// Makes a header's fields those of one of its tiles: plain, of the tile's size. The pixels are the caller's to set.
-void shapeAsTile(TovImage& header, const TovTileInfo& tiles, int32_t rowBytes);
+// Makes a header that of a plain image of another size, such as one of its tiles. The pixels are the caller's to set.
+void shapeAsPlain(TovImage& header, Size size, int32_t rowBytes);
+
+// Makes a view of one tile of an image: plain, without mask, its region of the image's coi at a place in the tile.
+void viewTile(ImageView& view, TovImage& image, uint8_t* tileData, Point inTile, Size size);
 
 // One tile at a time of one image, asked for in one mode. A tile still held when the holder ends is released.
 class HeldTile {
@@ -79,5 +82,21 @@ int32_t ownGatherRect(TovImage* image, const Corners& from, const BlockPlace& ta
 uint8_t* ownBorderedBuffer(TovImage* image, int32_t x, int32_t y, int32_t width, int32_t height, int32_t* step);
 // Null is ignored.
 void ownFreeBuffer(uint8_t* buffer);
+
+// Owns a bordered buffer and shows it as a plain image.
+class BorderedCopy {
+public:
+    BorderedCopy() = default;
+    BorderedCopy(const BorderedCopy&) = delete;
+    BorderedCopy& operator=(const BorderedCopy&) = delete;
+    ~BorderedCopy() { ownFreeBuffer(data_); }
+
+    // Copies the rectangle of `size` from a point of the image on, as ownBorderedBuffer does. The view has no mask, and
+    // its region is the whole copy, of the image's coi. False when the copy can't be had.
+    bool fetch(ImageView& view, TovImage& image, Point from, Size size);
+
+private:
+    uint8_t* data_ = nullptr;
+};
 
 } // namespace tov

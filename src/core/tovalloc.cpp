@@ -50,7 +50,7 @@ void* ownAlignedAllocW(size_t count) { return count <= SIZE_MAX / 2 ? ownAligned
 
 void ownAlignedFree(void* block) {
     if (block == nullptr) return;
-    void* start;
+    void* start = nullptr;
     std::memcpy(&start, static_cast<uint8_t*>(block) - sizeof start, sizeof start);
     std::free(start);
 }

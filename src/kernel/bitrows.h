@@ -26,11 +26,12 @@ inline Footprint footprintOf(const BitLane<Byte>& lane, int32_t width, int32_t h
     return {lane.first, (ptrdiff_t{lane.bitOffset} + width + 7) >> 3, lane.rowStep, height, 0, 1};
 }
 
-// Writes the `count` (1 to 16) most significant bits of `value` to bit `bit` of `row` on and leaves all others.
+// Writes the `count` most significant bits of `value` to bit `bit` of `row` on and leaves all others. They lie in at
+// most eight bytes, and are fewer than 64.
 OWN_SHARED void putBits(uint8_t* row, ptrdiff_t bit, int32_t count, uint64_t value) {
     uint8_t* p = row + (bit >> 3);
     const int32_t shift = static_cast<int32_t>(bit & 7);
-    const uint64_t mask = ~(~uint64_t{0} >> count) >> shift;
+    const uint64_t mask = ~(count < 64 ? ~uint64_t{0} >> count : 0) >> shift;
     value >>= shift;
     const int32_t nBytes = (shift + count + 7) >> 3;
     for (int32_t i = 0; i < nBytes; i++) {
@@ -49,8 +50,8 @@ struct ByteShift {
     }
 
     OWN_INLINE uint64_t at(const uint8_t* p) const {
-        uint64_t word;
-        uint64_t next;
+        uint64_t word = 0;
+        uint64_t next = 0;
         std::memcpy(&word, p, sizeof word);
         std::memcpy(&next, p + reach, sizeof next);
         return ((word << up) & highBits) | ((next >> (8 - up)) & lowBits);
@@ -80,13 +81,13 @@ OWN_INLINE void bitWords(Formula formula, uint8_t* d, ptrdiff_t nWords, const P&
     const auto loop = [&](const auto&... shifts) OWN_INLINE_LAMBDA {
         OWN_EACH
         for (ptrdiff_t i = 0; i < nWords; i++) {
-            uint64_t old;
+            uint64_t old = 0;
             std::memcpy(&old, d + 8 * i, sizeof old);
             const uint64_t result = formula(old, shifts.at(s.bytes + (s.bit >> 3) + 8 * i)...);
             std::memcpy(d + 8 * i, &result, sizeof result);
         }
     };
-    loop(ByteShift(static_cast<int32_t>(s.bit & 7))...);
+    loop(ByteShift{static_cast<int32_t>(s.bit & 7)}...);
 }
 
 // One row of bits. formula(old, s...) works on 64 bits at once; bits outside the row stay.
@@ -99,11 +100,8 @@ OWN_INLINE void bitRow(Formula formula, int32_t width, uint8_t* d, int32_t bit, 
     }
     const int32_t nWords = (width - done) >> 6;
     bitWords(formula, d + ((bit + done) >> 3), nWords, BitPlace{s.bytes, s.bit + done}...);
-    for (done += nWords * 64; done < width;) {
-        const int32_t count = width - done < 16 ? width - done : 16;
-        bitUnit(formula, d, ptrdiff_t{bit} + done, count, BitPlace{s.bytes, s.bit + done}...);
-        done += count;
-    }
+    done += nWords * 64;
+    if (done < width) bitUnit(formula, d, ptrdiff_t{bit} + done, width - done, BitPlace{s.bytes, s.bit + done}...);
 }
 
 // The walk over rows of bits: dst = formula(old dst, s...) from the first row down. Where a source overlaps the

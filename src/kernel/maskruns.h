@@ -56,64 +56,94 @@ OWN_INLINE uint64_t bitsAt(const uint8_t* row, ptrdiff_t bit, int32_t count) {
     return shift == 0 ? word : word << shift | p[8] >> (8 - shift);
 }
 
+// The number of set bits.
+OWN_INLINE int32_t countOnes(uint64_t word) {
+    word -= (word >> 1) & 0x5555555555555555U;
+    word = (word & 0x3333333333333333U) + ((word >> 2) & 0x3333333333333333U);
+    word = (word + (word >> 4)) & 0x0F0F0F0F0F0F0F0FU;
+    return static_cast<int32_t>((word * 0x0101010101010101U) >> 56);
+}
+
 // Walks the runs of set bits in `width` bits from bit `bit` of `row` on, left to right:
 // `for (MaskRuns runs(row, bit, width); runs.next();) use(runs.start, runs.length);`
-class MaskRuns {
+//
+// Where runs are short their lengths can't be foreseen, and a processor that guesses wrong loses more than a pixel
+// costs. With Ragged such places come as bits instead: where `bits` is not 0 its most significant bit stands for pixel
+// `start`, and length means nothing.
+template <bool Ragged>
+class MaskRunsOf {
 public:
-    OWN_INLINE MaskRuns(const uint8_t* row, int32_t bit, int32_t width) : row_(row), bit_(bit), width_(width) {}
+    OWN_INLINE MaskRunsOf(const uint8_t* row, int32_t bit, int32_t width) : bytes_(row), next_(-bit), width_(width) {
+        if (load()) word_ &= ~uint64_t{0} >> bit;
+    }
 
     OWN_INLINE bool next() {
         while (word_ == 0) {
+            skip(0);
             if (!load()) return false;
         }
         const int32_t zeros = leadingZeros(word_);
-        start = base_ + zeros;
-        const uint64_t rest = ~(word_ << zeros);
-        const int32_t ones = rest == 0 ? 64 : leadingZeros(rest);
-        length = ones;
-        if (zeros + ones < 64) {
-            word_ &= ~uint64_t{0} >> (zeros + ones);
+        start = static_cast<int32_t>(next_ - 64 + zeros);
+        bits = 0;
+        if (Ragged && countOnes(word_ & ~(word_ >> 1)) >= kManyRuns) {
+            bits = word_ << zeros;
+            word_ = 0;
             return true;
         }
-        growPastWord();
+        const uint64_t rest = ~(word_ << zeros);
+        length = rest == 0 ? 64 : leadingZeros(rest);
+        if (zeros + length < 64) {
+            word_ &= ~uint64_t{0} >> (zeros + length);
+        } else {
+            growPastWord();
+        }
         return true;
     }
 
     int32_t start = 0;
     int32_t length = 0;
+    uint64_t bits = 0;
 
 private:
+    static constexpr int32_t kManyRuns = 6; // in a word: from here on bits are faster
+
+    // Words begin at whole bytes: the first one may hold bits in front of the row's, the last one is filled up with
+    // clear bits.
     OWN_INLINE bool load() {
-        if (next_ >= width_) return false;
-        const int32_t count = width_ - next_ < 64 ? width_ - next_ : 64;
-        base_ = next_;
-        word_ = bitsAt(row_, ptrdiff_t{bit_} + base_, count);
-        next_ = base_ + count;
+        word_ = 0;
+        const int64_t left = width_ - next_;
+        if (left <= 0) return false;
+        word_ = bitsAt(bytes_, 0, left < 64 ? static_cast<int32_t>(left) : 64);
+        bytes_ += 8;
+        next_ += 64;
         return true;
+    }
+
+    // Passes whole words that are all clear (0) or all set (~0).
+    OWN_INLINE void skip(uint64_t pattern) {
+        for (; width_ - next_ >= 64; bytes_ += 8, next_ += 64) {
+            if (bigEndian64(bytes_) != pattern) break;
+        }
     }
 
     // The run reaches the end of its word: whole words and the beginning of the next one may belong to it.
     OWN_INLINE void growPastWord() {
-        word_ = 0;
-        while (load()) {
-            if (word_ == ~uint64_t{0}) {
-                length += 64;
-                continue;
-            }
-            const int32_t ones = leadingZeros(~word_);
-            length += ones;
-            word_ &= ~uint64_t{0} >> ones;
-            return;
-        }
-        word_ = 0;
+        const int64_t end = next_;
+        skip(~uint64_t{0});
+        length += static_cast<int32_t>(next_ - end);
+        if (!load()) return;
+        const int32_t ones = leadingZeros(~word_);
+        length += ones;
+        word_ &= ~uint64_t{0} >> ones;
     }
 
-    const uint8_t* row_;
-    int32_t bit_;
-    int32_t width_;
-    int32_t base_ = 0;
-    int32_t next_ = 0;
-    uint64_t word_ = 0;
+    const uint8_t* bytes_;
+    int64_t next_; // the pixel behind the word
+    int64_t width_;
+    uint64_t word_ = 0; // the bits of 64 pixels that are still to be given
 };
+
+using MaskRuns = MaskRunsOf<false>;
+using RaggedMaskRuns = MaskRunsOf<true>;
 
 } // namespace tov

@@ -9,6 +9,22 @@
 
 namespace tov {
 
+// All ones for negative values, otherwise 0. Compilers for this library's machines shift the sign in.
+template <class T>
+OWN_INLINE T signMask(T value) {
+    static_assert((-1 >> 1) == -1, "shifts of negative values keep the sign");
+    if constexpr (sizeof(T) == 1) return value < 0 ? T{-1} : T{0};
+    return static_cast<T>(value >> (8 * sizeof(T) - 1));
+}
+
+// A result, or where `beyond` is all ones the limit on the side of a. Selected by bits, since in scalar code a branch
+// on what pictures hold is often guessed wrong.
+template <class T>
+OWN_INLINE T limitWhere(T beyond, T result, T a) {
+    const T limit = static_cast<T>(signMask(a) ^ std::numeric_limits<T>::max());
+    return static_cast<T>(result ^ ((result ^ limit) & beyond));
+}
+
 // a + b, limited to the range of T; floats have no limit.
 template <class T>
 OWN_INLINE T addSat(T a, T b) {
@@ -20,9 +36,8 @@ OWN_INLINE T addSat(T a, T b) {
     } else {
         using U = std::make_unsigned_t<T>;
         const T sum = static_cast<T>(static_cast<U>(static_cast<U>(a) + static_cast<U>(b)));
-        const T limit = a < 0 ? std::numeric_limits<T>::min() : std::numeric_limits<T>::max();
         // The sum has left the range where its sign differs from that of both terms.
-        return static_cast<T>((a ^ sum) & (b ^ sum)) < 0 ? limit : sum;
+        return limitWhere(signMask(static_cast<T>((a ^ sum) & (b ^ sum))), sum, a);
     }
 }
 
@@ -36,8 +51,7 @@ OWN_INLINE T subSat(T a, T b) {
     } else {
         using U = std::make_unsigned_t<T>;
         const T difference = static_cast<T>(static_cast<U>(static_cast<U>(a) - static_cast<U>(b)));
-        const T limit = a < 0 ? std::numeric_limits<T>::min() : std::numeric_limits<T>::max();
-        return static_cast<T>((a ^ b) & (a ^ difference)) < 0 ? limit : difference;
+        return limitWhere(signMask(static_cast<T>((a ^ b) & (a ^ difference))), difference, a);
     }
 }
 

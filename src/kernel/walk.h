@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include "kernel/kernel.h"
@@ -10,6 +11,13 @@
 #include "kernel/overlap.h"
 
 namespace tov {
+
+// A place in a row of values, and the distance from pixel to pixel.
+template <class T>
+struct Stride {
+    T* at;
+    ptrdiff_t step;
+};
 
 // One image as a walk sees it: its first value, the distances from row to row and plane to plane in bytes, and from
 // pixel to pixel in values.
@@ -23,6 +31,9 @@ struct Lane {
     OWN_INLINE T* row(ptrdiff_t plane, ptrdiff_t y) const {
         using Byte = std::conditional_t<std::is_const_v<T>, const uint8_t, uint8_t>;
         return reinterpret_cast<T*>(reinterpret_cast<Byte*>(first) + plane * planeStep + y * rowStep);
+    }
+    OWN_INLINE Stride<T> pixel(ptrdiff_t plane, ptrdiff_t y, ptrdiff_t x) const {
+        return {row(plane, y) + x * pixelStep, pixelStep};
     }
 };
 
@@ -42,19 +53,41 @@ OWN_INLINE Footprint footprintOf(const Lane<T>& lane, const Span& span) {
     return {lane.first, values * ptrdiff_t{sizeof(T)}, lane.rowStep, span.height, lane.planeStep, span.nPlanes};
 }
 
-// d = formula(s...) for `count` neighbouring values in rows that are the same or disjoint.
-template <class Formula, class D, class... S>
-OWN_INLINE void denseRun(Formula formula, ptrdiff_t count, D* d, const S*... s) {
+// At least Block values, in blocks that begin where the destination's address is a multiple of their size. What stands
+// before and behind those is covered by two blocks more. They overlap the others, so they are worked out first, since
+// the destination may be a source as well, and stored last: no value is left over for a slower loop.
+template <ptrdiff_t Block, class Formula, class D, class... S>
+OWN_INLINE void blockRun(Formula formula, ptrdiff_t count, D* d, const S*... s) {
+    D first[Block];
+    for (ptrdiff_t i = 0; i < Block; i++) first[i] = formula(s[i]...);
+    D last[Block];
+    for (ptrdiff_t i = 0; i < Block; i++) last[i] = formula(s[count - Block + i]...);
+    const ptrdiff_t head = Block - (static_cast<ptrdiff_t>(reinterpret_cast<uintptr_t>(d) / sizeof(D)) & (Block - 1));
+    const ptrdiff_t whole = (count - head) & -Block;
     OWN_EACH
+    for (ptrdiff_t i = 0; i < whole; i++) d[head + i] = formula(s[head + i]...);
+    std::memcpy(d, first, sizeof first);
+    std::memcpy(d + count - Block, last, sizeof last);
+}
+
+// Fewer values than fill a vector.
+template <class Formula, class D, class... S>
+OWN_SHARED void shortRun(Formula formula, ptrdiff_t count, D* d, const S*... s) {
+    constexpr ptrdiff_t kBlock = 8 / sizeof(D);
+    if (count >= kBlock) return blockRun<kBlock>(formula, count, d, s...);
     for (ptrdiff_t i = 0; i < count; i++) d[i] = formula(s[i]...);
 }
 
-// One lane's place in a strided run.
-template <class T>
-struct Stride {
-    T* at;
-    ptrdiff_t step;
-};
+// d = formula(s...) for `count` neighbouring values in rows that are the same or disjoint.
+template <class Formula, class D, class... S>
+OWN_INLINE void denseRun(Formula formula, ptrdiff_t count, D* d, const S*... s) {
+    constexpr ptrdiff_t kBlock = 32 / sizeof(D);
+    if (count >= kBlock) {
+        blockRun<kBlock>(formula, count, d, s...);
+    } else {
+        shortRun(formula, count, d, s...);
+    }
+}
 
 template <int32_t NValues, class Formula, class D, class... S>
 OWN_INLINE void stridedPixels(Formula formula, ptrdiff_t count, int32_t nValues, Stride<D> d, Stride<const S>... s) {
@@ -75,6 +108,26 @@ OWN_SHARED void stridedRun(Formula formula, ptrdiff_t count, int32_t nValues, St
     }
 }
 
+template <int32_t NValues, class Formula, class D, class... S>
+OWN_INLINE void chosenPixels(Formula formula, uint64_t bits, int32_t nValues, Stride<D> d, Stride<const S>... s) {
+    for (; bits != 0;) {
+        const int32_t i = leadingZeros(bits);
+        bits &= ~(uint64_t{1} << 63 >> i);
+        stridedPixels<NValues>(formula, 1, nValues, Stride<D>{d.at + i * d.step, 0},
+                               Stride<const S>{s.at + i * s.step, 0}...);
+    }
+}
+
+// d = formula(s...) for those of 64 pixels whose bits are set, from the most significant one on.
+template <class Formula, class D, class... S>
+OWN_SHARED void chosenRun(Formula formula, uint64_t bits, int32_t nValues, Stride<D> d, Stride<const S>... s) {
+    switch (nValues) {
+    case 1: return chosenPixels<1>(formula, bits, 1, d, s...);
+    case 3: return chosenPixels<3>(formula, bits, 3, d, s...);
+    default: return chosenPixels<0>(formula, bits, nValues, d, s...);
+    }
+}
+
 // The walk: planes (see Span), rows from the first one, pixels from left to right; where mask.first is set, only pixels
 // whose bit is set. Samples that the walk passes over are neither read nor written. With sources that overlap the
 // destination at another position, results follow that order value by value.
@@ -84,13 +137,11 @@ OWN_INLINE void walkLanes(const Span& span, const MaskLane& mask, Formula formul
     if (span.width <= 0 || span.height <= 0) return;
     const bool dense = d.pixelStep == span.nValues && ((s.pixelStep == span.nValues) && ... && true) &&
                        !(overlapsElsewhere(footprintOf(d, span), footprintOf(s, span)) || ... || false);
-    const auto run = [&](ptrdiff_t plane, ptrdiff_t y, ptrdiff_t x, ptrdiff_t n) OWN_INLINE_LAMBDA {
+    const auto run = [&](ptrdiff_t n, Stride<D> to, Stride<const S>... from) OWN_INLINE_LAMBDA {
         if (dense) {
-            const ptrdiff_t k = span.nValues;
-            denseRun(formula, n * k, d.row(plane, y) + x * k, s.row(plane, y) + x * k...);
+            denseRun(formula, n * span.nValues, to.at, from.at...);
         } else {
-            stridedRun(formula, n, span.nValues, Stride<D>{d.row(plane, y) + x * d.pixelStep, d.pixelStep},
-                       Stride<const S>{s.row(plane, y) + x * s.pixelStep, s.pixelStep}...);
+            stridedRun(formula, n, span.nValues, to, from...);
         }
     };
     const int32_t outer = span.planesInRows ? span.height : span.nPlanes;
@@ -101,11 +152,16 @@ OWN_INLINE void walkLanes(const Span& span, const MaskLane& mask, Formula formul
             const int32_t y = span.planesInRows ? i : j;
             if constexpr (Masked) {
                 const uint8_t* bits = mask.first + y * mask.rowStep;
-                for (MaskRuns runs(bits, mask.bitOffset, span.width); runs.next();) {
-                    run(plane, y, runs.start, runs.length);
+                for (RaggedMaskRuns runs(bits, mask.bitOffset, span.width); runs.next();) {
+                    const int32_t x = runs.start;
+                    if (runs.bits != 0) {
+                        chosenRun(formula, runs.bits, span.nValues, d.pixel(plane, y, x), s.pixel(plane, y, x)...);
+                    } else {
+                        run(runs.length, d.pixel(plane, y, x), s.pixel(plane, y, x)...);
+                    }
                 }
             } else {
-                run(plane, y, 0, span.width);
+                run(span.width, d.pixel(plane, y, 0), s.pixel(plane, y, 0)...);
             }
         }
     }

@@ -2,23 +2,30 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
+
+#include "kernel/kernel.h"
 
 namespace tov {
 
-#if defined(__GNUC__)
-struct __attribute__((packed, may_alias)) Word {
+// Whether the byte of the lowest address holds a word's lowest bits.
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+constexpr bool kFirstIsLow = false;
 #else
-#pragma pack(push, 1)
-struct Word {
+constexpr bool kFirstIsLow = true;
 #endif
-    Word() = default;
-    explicit Word(uint32_t value) : bits(value) {}
-    operator uint32_t() const { return bits; }
 
-    uint32_t bits;
+struct Word {
+    Word() = default;
+    OWN_INLINE explicit Word(uint32_t value) { std::memcpy(bytes, &value, sizeof value); }
+    // A word stands for its value wherever a formula takes one. NOLINTNEXTLINE(google-explicit-constructor)
+    OWN_INLINE operator uint32_t() const {
+        uint32_t value = 0;
+        std::memcpy(&value, bytes, sizeof value);
+        return value;
+    }
+
+    uint8_t bytes[4];
 };
-#if !defined(__GNUC__)
-#pragma pack(pop)
-#endif
 
 } // namespace tov

@@ -36,7 +36,7 @@ void ownCopyBytes(const uint8_t* source, uint8_t* target, ptrdiff_t count) {
         for (; (reinterpret_cast<uintptr_t>(target) & 3) != 0; count--) *target++ = *source++;
     }
     for (; count >= 4; count -= 4, source += 4, target += 4) {
-        uint32_t word;
+        uint32_t word = 0;
         std::memcpy(&word, source, sizeof word);
         std::memcpy(target, &word, sizeof word);
     }

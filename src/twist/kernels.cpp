@@ -1,9 +1,11 @@
 // The row kernels of the colour twist.
 #include "twist/kernels.h"
 
+#include <cstring>
 #include <initializer_list>
 
 #include "kernel/kernel.h"
+#include "kernel/word.h"
 
 namespace tov {
 
@@ -64,38 +66,99 @@ struct DoubleChannel {
     int32_t offset;
 };
 
-// Three planes of samples to three planes; results may take the place of their samples.
-template <class Channel, bool Clamp, class T>
-OWN_INLINE void twistPlanesAs(const TwistMap& map, const T* const (&x)[3], T* const (&y)[3], ptrdiff_t count) {
-    const Channel first(map, 0);
-    const Channel second(map, 1);
-    const Channel third(map, 2);
-    const T* x0 = x[0];
-    const T* x1 = x[1];
-    const T* x2 = x[2];
-    T* y0 = y[0];
-    T* y1 = y[1];
-    T* y2 = y[2];
-    OWN_EACH
-    for (ptrdiff_t i = 0; i < count; i++) {
-        const int32_t s0 = x0[i];
-        const int32_t s1 = x1[i];
-        const int32_t s2 = x2[i];
-        y0[i] = static_cast<T>(first.template at<Clamp>(s0, s1, s2));
-        y1[i] = static_cast<T>(second.template at<Clamp>(s0, s1, s2));
-        y2[i] = static_cast<T>(third.template at<Clamp>(s0, s1, s2));
+// All three output channels.
+template <class Channel, bool Clamp>
+struct Arithmetic {
+    OWN_INLINE explicit Arithmetic(const TwistMap& map) : first(map, 0), second(map, 1), third(map, 2) {}
+
+    OWN_INLINE int32_t y0(int32_t x0, int32_t x1, int32_t x2) const { return first.template at<Clamp>(x0, x1, x2); }
+    OWN_INLINE int32_t y1(int32_t x0, int32_t x1, int32_t x2) const { return second.template at<Clamp>(x0, x1, x2); }
+    OWN_INLINE int32_t y2(int32_t x0, int32_t x1, int32_t x2) const { return third.template at<Clamp>(x0, x1, x2); }
+
+    Channel first, second, third;
+};
+
+// Calls `loop(arithmetic)` with the cheapest arithmetic that is exact for a call.
+template <class Loop>
+OWN_INLINE void inArithmetic(const TwistMap& map, Loop loop) {
+    if (map.fits32) {
+        map.needClamp ? loop(Arithmetic<IntegerChannel, true>(map)) : loop(Arithmetic<IntegerChannel, false>(map));
+    } else {
+        map.needClamp ? loop(Arithmetic<DoubleChannel, true>(map)) : loop(Arithmetic<DoubleChannel, false>(map));
     }
 }
 
+// Three planes of samples to three planes; results may take the place of their samples.
 template <class T>
 OWN_INLINE void twistPlanes(const TwistMap& map, const T* const (&x)[3], T* const (&y)[3], ptrdiff_t count) {
-    if (map.fits32) {
-        map.needClamp ? twistPlanesAs<IntegerChannel, true>(map, x, y, count)
-                      : twistPlanesAs<IntegerChannel, false>(map, x, y, count);
-    } else {
-        map.needClamp ? twistPlanesAs<DoubleChannel, true>(map, x, y, count)
-                      : twistPlanesAs<DoubleChannel, false>(map, x, y, count);
-    }
+    inArithmetic(map, [&](const auto f) OWN_INLINE_LAMBDA {
+        const T* x0 = x[0];
+        const T* x1 = x[1];
+        const T* x2 = x[2];
+        T* y0 = y[0];
+        T* y1 = y[1];
+        T* y2 = y[2];
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) {
+            const int32_t s0 = x0[i];
+            const int32_t s1 = x1[i];
+            const int32_t s2 = x2[i];
+            y0[i] = static_cast<T>(f.y0(s0, s1, s2));
+            y1[i] = static_cast<T>(f.y1(s0, s1, s2));
+            y2[i] = static_cast<T>(f.y2(s0, s1, s2));
+        }
+    });
+}
+
+// The bytes of a word by their place in memory.
+template <int32_t Place>
+OWN_INLINE int32_t byteAt(uint32_t word) {
+    return static_cast<int32_t>(word >> (kFirstIsLow ? 8 * Place : 24 - 8 * Place) & UINT8_MAX);
+}
+OWN_INLINE uint32_t wordOf(int32_t b0, int32_t b1, int32_t b2, int32_t b3) {
+    const auto low = static_cast<uint32_t>(kFirstIsLow ? b0 | b1 << 8 : b3 | b2 << 8);
+    const auto high = static_cast<uint32_t>(kFirstIsLow ? b2 | b3 << 8 : b1 | b0 << 8);
+    return low | high << 16;
+}
+OWN_INLINE uint32_t loadWord(const uint8_t* bytes) {
+    uint32_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+OWN_INLINE void storeWord(uint8_t* bytes, uint32_t word) { std::memcpy(bytes, &word, sizeof word); }
+
+// Pixels of four bytes as words. The fourth byte is written back as it was.
+OWN_INLINE void twistWords(const TwistMap& map, const uint8_t* src, uint8_t* dst, ptrdiff_t count) {
+    inArithmetic(map, [&](const auto f) OWN_INLINE_LAMBDA {
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) {
+            const uint32_t word = loadWord(src + 4 * i);
+            const int32_t x0 = byteAt<0>(word), x1 = byteAt<1>(word), x2 = byteAt<2>(word);
+            const int32_t kept = byteAt<3>(loadWord(dst + 4 * i));
+            storeWord(dst + 4 * i, wordOf(f.y0(x0, x1, x2), f.y1(x0, x1, x2), f.y2(x0, x1, x2), kept));
+        }
+    });
+}
+
+// Groups of four pixels of three bytes, which are three words.
+OWN_INLINE void twistTriples(const TwistMap& map, const uint8_t* src, uint8_t* dst, ptrdiff_t nGroups) {
+    inArithmetic(map, [&](const auto f) OWN_INLINE_LAMBDA {
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < nGroups; i++) {
+            const uint32_t w0 = loadWord(src + 12 * i);
+            const uint32_t w1 = loadWord(src + 12 * i + 4);
+            const uint32_t w2 = loadWord(src + 12 * i + 8);
+            const int32_t a0 = byteAt<0>(w0), a1 = byteAt<1>(w0), a2 = byteAt<2>(w0);
+            const int32_t b0 = byteAt<3>(w0), b1 = byteAt<0>(w1), b2 = byteAt<1>(w1);
+            const int32_t c0 = byteAt<2>(w1), c1 = byteAt<3>(w1), c2 = byteAt<0>(w2);
+            const int32_t d0 = byteAt<1>(w2), d1 = byteAt<2>(w2), d2 = byteAt<3>(w2);
+            storeWord(dst + 12 * i, wordOf(f.y0(a0, a1, a2), f.y1(a0, a1, a2), f.y2(a0, a1, a2), f.y0(b0, b1, b2)));
+            storeWord(dst + 12 * i + 4,
+                      wordOf(f.y1(b0, b1, b2), f.y2(b0, b1, b2), f.y0(c0, c1, c2), f.y1(c0, c1, c2)));
+            storeWord(dst + 12 * i + 8,
+                      wordOf(f.y2(c0, c1, c2), f.y0(d0, d1, d2), f.y1(d0, d1, d2), f.y2(d0, d1, d2)));
+        }
+    });
 }
 
 template <class T>
@@ -146,7 +209,17 @@ OWN_INLINE void twistPixelRun(const TwistMap& map, const T* src, ptrdiff_t srcSt
 
 template <class T>
 OWN_INLINE void pixelRun(const TwistMap& map, const TwistRow<T>& row, ptrdiff_t start, ptrdiff_t count) {
-    twistPixelRun(map, row.src + start * row.srcStep, row.srcStep, row.dst + start * row.dstStep, row.dstStep, count,
+    const T* src = row.src + start * row.srcStep;
+    T* dst = row.dst + start * row.dstStep;
+    ptrdiff_t done = 0;
+    if constexpr (sizeof(T) == 1) {
+        if (row.free && row.srcStep == 4 && row.dstStep == 4) return twistWords(map, src, dst, count);
+        if (row.free && row.srcStep == 3 && row.dstStep == 3) {
+            twistTriples(map, src, dst, count / 4);
+            done = count & ~ptrdiff_t{3};
+        }
+    }
+    twistPixelRun(map, src + done * row.srcStep, row.srcStep, dst + done * row.dstStep, row.dstStep, count - done,
                   row.free ? kBlock : 1);
 }
 

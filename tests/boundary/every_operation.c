@@ -67,6 +67,9 @@ static void images(void) {
         expect(sum->imageData[0] == 78, "tovMultiplyScale truncates");
         tovAlphaComposite(a, b, sum, TOV_COMPOSITE_OVER, a, NULL, NULL, 1, 0);
         expect(sum->imageData[0] == 222, "tovAlphaComposite lays A over B");
+        a->imageData[0] = 1;
+        tovMirror(a, sum, 1);
+        expect(sum->imageData[4] == 1 && sum->imageData[0] == 200, "tovMirror reverses columns");
         tovSet(sum, 17);
         expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovSet fills");
     }
@@ -91,11 +94,36 @@ static void colours(void) {
     }
 }
 
+static void bitmaps(void) {
+    struct {
+        BITMAPINFOHEADER header;
+        uint8_t pixels[4];
+    } bitmap;
+    int32_t cloneData = -1;
+    TovImage* image;
+
+    memset(&bitmap, 0, sizeof bitmap);
+    bitmap.header.biSize = 40;
+    bitmap.header.biWidth = 1;
+    bitmap.header.biHeight = 1;
+    bitmap.header.biPlanes = 1;
+    bitmap.header.biBitCount = 24;
+    bitmap.pixels[2] = 99;
+    image = tovTranslateDIB(&bitmap.header, &cloneData);
+    expect(image != NULL && cloneData == 0, "a 24-bit bitmap is shared");
+    if (image != NULL) {
+        expect(image->imageData == bitmap.pixels && image->imageData[2] == 99, "its pixels stay where they are");
+        expect(image->origin == TOV_ORIGIN_BL && image->nChannels == 3, "a bottom-up bitmap is a bottom-left image");
+        tovDeallocate(image, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
+    }
+}
+
 int main(void) {
     errors();
     version();
     images();
     colours();
+    bitmaps();
     expect(tovGetErrStatus() == TOV_STS_OK, "no failure at the end");
     return failures == 0 ? 0 : 1;
 }

@@ -1,0 +1,47 @@
+// The way of bitmap rows into image rows, a piece at a time: bytes of the bitmap to pixels, pixels to pixels, and
+// pixels to values of the image.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "dib/dib.h"
+#include "tov.h"
+
+namespace tov {
+
+// Blue, green, red and alpha as bitmaps order them, blue in the low bits.
+using Pixel = uint32_t;
+
+// Pixels between reading and writing; a multiple of 8, so that pieces begin at whole bytes in rows of bits.
+constexpr int32_t kPiece = 1024;
+
+// How one colour comes out of a pixel of 16 or 32 bits: to 8 bits, the low ones 0 where the mask has fewer.
+struct ColorField {
+    uint32_t mask;
+    int32_t down;
+    int32_t up;
+};
+
+// What readers read with.
+struct PixelSource {
+    ColorField fields[4]; // blue, green, red, alpha
+    Pixel table[256];     // the colour table; black where it is shorter
+};
+
+// Reads `count` pixels of a row, at most kPiece, from column x on.
+using ReadPixels = void (*)(const PixelSource& source, const uint8_t* row, int32_t x, int32_t count, Pixel* pixels);
+// By bit count; null for one that has no reader. Bit counts up to 8 read through the table.
+ReadPixels pixelReader(int32_t bitCount);
+
+// Changes `count` pixels where they stand.
+using TransformPixels = void (*)(Pixel* pixels, int32_t count);
+// Finds the transform to a channel sequence, null where pixels stay as they are; false for a sequence that has none.
+bool pixelTransform(const char (&channelSeq)[4], TransformPixels& transform);
+
+// Writes `count` pixels to a row, from column x on. channelStride, in bytes, counts in plane order alone.
+using WritePixels = void (*)(const Pixel* pixels, int32_t count, uint8_t* row, int32_t x, ptrdiff_t channelStride);
+// Null for a form of image that has no writer.
+WritePixels pixelWriter(int32_t nChannels, uint32_t depth, int32_t dataOrder);
+
+} // namespace tov

@@ -1,0 +1,160 @@
+// The walk of mirroring over a tiled destination.
+#include "mirror/tilewalk.h"
+
+#include "core/ownrect.h"
+#include "core/tiles.h"
+
+namespace tov {
+
+namespace {
+
+// The part of one tile that lies in the destination's rectangle; offset is that from the rectangle's first pixel.
+struct Block {
+    int32_t col;
+    int32_t row;
+    Point offset;
+    Point inTile;
+    Size size;
+};
+
+class Walk {
+public:
+    Walk(const Reporter& report, const MirrorArgs& args, Point from, Point to)
+        : report_(report),
+          args_(args),
+          from_(from),
+          to_(to),
+          tile_{args.dst->tileInfo->width, args.dst->tileInfo->height} {
+        span_ = {to.x / tile_.width, to.y / tile_.height, (to.x + args.size.width - 1) / tile_.width,
+                 (to.y + args.size.height - 1) / tile_.height};
+    }
+
+    // In place the source is copied before tiles that it needs are written: as a whole, or a row or column of tiles at
+    // a time where no other row or column is needed.
+    bool run() {
+        const bool inPlace = args_.src == args_.dst;
+        const bool rowsOutside = args_.flipAxis == 1;
+        const bool wholeFirst = args_.flipAxis == -1;
+        if (inPlace && wholeFirst && !keep({0, 0}, args_.size)) return false;
+        const int32_t nOuter = rowsOutside ? span_.y2 - span_.y1 + 1 : span_.x2 - span_.x1 + 1;
+        const int32_t nInner = rowsOutside ? span_.x2 - span_.x1 + 1 : span_.y2 - span_.y1 + 1;
+        for (int32_t i = 0; i < nOuter; i++) {
+            const int32_t row = span_.y1 + i;
+            const int32_t col = wholeFirst ? span_.x2 - i : span_.x1 + i;
+            if (inPlace && !wholeFirst && !keepLine(rowsOutside ? blockAt(span_.x1, row) : blockAt(col, span_.y1))) {
+                return false;
+            }
+            // Inner lines are walked backwards, since that is the order of the source.
+            for (int32_t j = nInner - 1; j >= 0; j--) {
+                const Block block = rowsOutside ? blockAt(span_.x1 + j, row) : blockAt(col, span_.y1 + j);
+                if (!mirrorBlock(block)) return failed_;
+            }
+        }
+        return true;
+    }
+
+private:
+    Block blockAt(int32_t col, int32_t row) const {
+        const auto axis = [](int32_t tile, int32_t length, int32_t to, int32_t size, int32_t& offset, int32_t& inTile) {
+            const int64_t start = int64_t{tile} * length;
+            const int64_t begin = start > to ? start : to;
+            const int64_t end = start + length < int64_t{to} + size ? start + length : int64_t{to} + size;
+            offset = static_cast<int32_t>(begin - to);
+            inTile = static_cast<int32_t>(begin - start);
+            return static_cast<int32_t>(end - begin);
+        };
+        Block block{};
+        block.col = col;
+        block.row = row;
+        block.size.width = axis(col, tile_.width, to_.x, args_.size.width, block.offset.x, block.inTile.x);
+        block.size.height = axis(row, tile_.height, to_.y, args_.size.height, block.offset.y, block.inTile.y);
+        return block;
+    }
+
+    // Copies a part of the source's rectangle, from which blocks are then taken.
+    bool keep(Point offset, Size size) {
+        keptAt_ = offset;
+        kept_ = copy_.fetch(keptView_, *args_.src, {from_.x + offset.x, from_.y + offset.y}, size);
+        return kept_;
+    }
+    // The whole of the rectangle over a block's rows, or over its columns.
+    bool keepLine(const Block& block) {
+        if (args_.flipAxis == 1) return keep({0, block.offset.y}, {args_.size.width, block.size.height});
+        return keep({block.offset.x, 0}, {block.size.width, args_.size.height});
+    }
+
+    // What lands in a block: its offset mirrored.
+    Point sourceOf(const Block& block) const {
+        const bool columns = args_.flipAxis != 0;
+        const bool rows = args_.flipAxis != 1;
+        return {columns ? args_.size.width - block.offset.x - block.size.width : block.offset.x,
+                rows ? args_.size.height - block.offset.y - block.size.height : block.offset.y};
+    }
+
+    // The source's pixels for a block; false when they can't be had.
+    bool viewSource(ImageView& view, BorderedCopy& copy, Point at, Size size) const {
+        TovImage& source = *args_.src;
+        if (!kept_ && source.tileInfo != nullptr) {
+            return copy.fetch(view, source, {from_.x + at.x, from_.y + at.y}, size);
+        }
+        view.borrow(kept_ ? keptView_.header : source);
+        view.header.maskROI = nullptr;
+        const Point first = kept_ ? Point{-keptAt_.x, -keptAt_.y} : from_;
+        view.place(first.x + at.x, first.y + at.y, size);
+        return true;
+    }
+
+    static TovImage* viewMask(ImageView& view, const TovImage* mask, Point at, Size size) {
+        if (mask == nullptr) return nullptr;
+        view.borrow(*mask);
+        view.place(view.roi.xOffset + at.x, view.roi.yOffset + at.y, size);
+        return &view.header;
+    }
+
+    // False ends the walk; failed_ says whether that is without a temporary's failure.
+    bool mirrorBlock(const Block& block) {
+        const Point at = sourceOf(block);
+        ImageView source;
+        ImageView sourceMask;
+        ImageView dst;
+        ImageView dstMask;
+        BorderedCopy copy;
+        failed_ = false;
+        if (!viewSource(source, copy, at, block.size)) return false;
+        source.header.maskROI = viewMask(sourceMask, args_.src->maskROI, at, block.size);
+        HeldTile tile(args_.dst, TOV_TILE_WRITE);
+        uint8_t* data = tile.get(block.col, block.row);
+        if (data == nullptr) {
+            report_(TOV_STS_TILE_FAILURE, "Error get tile to write");
+            failed_ = true;
+            return false;
+        }
+        viewTile(dst, *args_.dst, data, block.inTile, block.size);
+        dst.header.maskROI = viewMask(dstMask, args_.dst->maskROI, block.offset, block.size);
+        MirrorArgs args = args_;
+        args.src = &source.header;
+        args.dst = &dst.header;
+        args.size = block.size;
+        return ownMirrorDispatch(args);
+    }
+
+    const Reporter& report_;
+    const MirrorArgs& args_;
+    Point from_;
+    Point to_;
+    Size tile_;
+    Corners span_{};
+    BorderedCopy copy_;
+    ImageView keptView_;
+    Point keptAt_{};
+    bool kept_ = false;
+    bool failed_ = false;
+};
+
+} // namespace
+
+bool mirrorToTiles(const Reporter& report, const MirrorArgs& args, Point from, Point to) {
+    return Walk(report, args, from, to).run();
+}
+
+} // namespace tov
