@@ -1,4 +1,5 @@
 // The walk of alpha composition: rows in blocks that stay in the cache, worked by the row kernels.
+#include <cstring>
 #include <initializer_list>
 
 #include "alpha/access.h"
@@ -172,12 +173,38 @@ public:
         scatter(out, lanes_.target, 0, at, count);
     }
 
-    // The alpha samples of the colours' rows come to nothing; the alpha itself is worked pixel by pixel.
     void pixels(Point at, int32_t count) {
-        const int32_t nSamples = count * 4;
         const T* A = lanes_.A.row(0, at.y) + at.x * 4;
         const T* B = lanes_.B.row(0, at.y) + at.x * 4;
         T* out = lanes_.dst.row(0, at.y) + at.x * 4;
+        if constexpr (sizeof(T) == 1) {
+            nearestPixels(A, B, out, count);
+        } else {
+            literalPixels(A, B, out, count);
+        }
+    }
+
+private:
+    // A doubt is rare; the few pixels around it are worked literally.
+    void nearestPixels(const uint8_t* A, const uint8_t* B, uint8_t* out, int32_t count) {
+        constexpr int32_t nGroup = 16;
+        uint32_t doubts[kMost / 4] = {};
+        kNearestPixels_8u[premultiplied_ ? 1 : 0][type_](A, B, buffer_, doubts, count);
+        for (int32_t i = 0; i < count; i += nGroup) {
+            const int32_t n = smaller(count - i, nGroup);
+            uint32_t doubt = 0;
+            for (int32_t k = i; k < i + nGroup; k++) doubt |= doubts[k];
+            if (doubt != 0) {
+                literalPixels(A + 4 * i, B + 4 * i, out + 4 * i, n);
+            } else {
+                std::memcpy(out + 4 * i, buffer_ + 4 * i, static_cast<size_t>(n) * 4);
+            }
+        }
+    }
+
+    // The alpha samples of the colours' rows come to nothing; the alpha itself is worked pixel by pixel.
+    void literalPixels(const T* A, const T* B, T* out, int32_t count) {
+        const int32_t nSamples = count * 4;
         rows_.spread(A, alphaBuffer_, count);
         samples_.load(alphaBuffer_, samples_.limits.scale, fa_, nSamples);
         rows_.spread(B, alphaBuffer_, count);
@@ -190,7 +217,6 @@ public:
         samples_.store(C_, out, nSamples);
     }
 
-private:
     void load(const T* row, const double* weights, double* to, int32_t count) {
         samples_.load(row, 1.0, to, count);
         if (!premultiplied_) kDivideRows.multiply(to, weights, count);

@@ -49,6 +49,13 @@ struct DivideSamples {
     DivideLimits limits;
 };
 
+// The same on pixels of three 8-bit colours and alpha, in single precision. A pixel whose doubt isn't 0 must be worked by
+// the rows above instead.
+using NearestPixels = void (*)(const uint8_t* pixelsA, const uint8_t* pixelsB, uint8_t* nearest, uint32_t* doubts,
+                               ptrdiff_t nPixels);
+// By premulAlpha and operator.
+extern const NearestPixels kNearestPixels_8u[2][kOperators];
+
 extern const CompositeRows<uint8_t> kCompositeRows_8u;
 extern const CompositeRows<uint16_t> kCompositeRows_16u;
 extern const DivideRows kDivideRows;

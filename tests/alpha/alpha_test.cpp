@@ -141,24 +141,25 @@ TEST(Composite, EveryPairOfAlphas) {
     }
 }
 
+// Three colours at a time under every pair of alphas, and their complements as B's.
 void checkEveryColour(int32_t type, bool premultiplied, bool divides) {
     const Formula formula{type, premultiplied, divides, 255};
-    Case c = alike(3, TOV_DEPTH_8U, 2, 256, 256);
-    for (ImageSpec& spec : c.images) spec.alpha = 2;
+    Case c = alike(3, TOV_DEPTH_8U, 4, 256, 256);
+    for (ImageSpec& spec : c.images) spec.alpha = 4;
     Scene scene(c);
     uint8_t *A = scene[0]->imageData, *B = scene[1]->imageData, *dst = scene[2]->imageData;
     const bool hasOneColour = type == TOV_COMPOSITE_IN || type == TOV_COMPOSITE_OUT;
-    for (uint32_t colour = 0; colour < 256; colour += hasOneColour ? 1 : 5) {
-        for (uint32_t p = 0; p < 65536; ++p) {
-            A[2 * p] = static_cast<uint8_t>(colour);
-            B[2 * p] = static_cast<uint8_t>(255 - colour);
-            A[2 * p + 1] = static_cast<uint8_t>(p & 255);
-            B[2 * p + 1] = static_cast<uint8_t>(p >> 8);
+    for (uint32_t colour = 0; colour < 256; colour += hasOneColour ? 3 : 15) {
+        for (uint32_t p = 0; p < 4 * 65536; ++p) {
+            const uint32_t here = colour + p % 4;
+            A[p] = static_cast<uint8_t>(p % 4 == 3 ? p >> 2 : here);
+            B[p] = static_cast<uint8_t>(p % 4 == 3 ? p >> 10 : 255 - here);
         }
         tovAlphaComposite(scene[0], scene[1], scene[2], type, nullptr, nullptr, nullptr, premultiplied, divides);
-        for (uint32_t p = 0; p < 65536; ++p) {
-            ASSERT_EQ(dst[2 * p], formula.colour(A[2 * p], A[2 * p + 1], B[2 * p], B[2 * p + 1]))
-                << type << ": " << colour << ", " << (p & 255) << ", " << (p >> 8);
+        for (uint32_t p = 0; p < 4 * 65536; ++p) {
+            const uint32_t a = A[p | 3], b = B[p | 3];
+            ASSERT_EQ(dst[p], p % 4 == 3 ? formula.alpha(a, b) : formula.colour(A[p], a, B[p], b))
+                << type << ": " << +A[p] << " (" << a << "), " << +B[p] << " (" << b << ")";
         }
     }
 }
