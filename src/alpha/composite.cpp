@@ -14,6 +14,7 @@ namespace tov {
 namespace {
 
 constexpr int32_t kBlockSamples = 512;
+constexpr int32_t kNearestBlock = 256; // pixels
 
 // The lanes of a call: colours with one plane per channel, alphas.
 template <class T>
@@ -143,7 +144,7 @@ public:
           premultiplied_(args.premulAlpha != 0) {}
 
     static constexpr int32_t kMostChannelPixels = kBlockSamples / 2;
-    static constexpr int32_t kMostPixels = kBlockSamples / 8;
+    static constexpr int32_t kMostPixels = sizeof(T) == 1 ? kNearestBlock : kBlockSamples / 8;
 
     void begin(Point at, int32_t count) {
         const T* a = gather(lanes_.alphaA, 0, at, count, alphaBuffer_);
@@ -185,21 +186,31 @@ public:
     }
 
 private:
-    // A doubt is rare; the few pixels around it are worked literally.
+    // Pixels in doubt are gathered, and worked literally many at a time.
     void nearestPixels(const uint8_t* A, const uint8_t* B, uint8_t* out, int32_t count) {
         constexpr int32_t nGroup = 16;
-        uint32_t doubts[kMost / 4] = {};
-        kNearestPixels_8u[premultiplied_ ? 1 : 0][type_](A, B, buffer_, doubts, count);
+        kNearestPixels_8u[premultiplied_ ? 1 : 0][type_](A, B, nearest_.pixels, nearest_.doubts, count);
+        int32_t n = 0;
         for (int32_t i = 0; i < count; i += nGroup) {
-            const int32_t n = smaller(count - i, nGroup);
-            uint32_t doubt = 0;
-            for (int32_t k = i; k < i + nGroup; k++) doubt |= doubts[k];
-            if (doubt != 0) {
-                literalPixels(A + 4 * i, B + 4 * i, out + 4 * i, n);
-            } else {
-                std::memcpy(out + 4 * i, buffer_ + 4 * i, static_cast<size_t>(n) * 4);
+            const int32_t end = smaller(i + nGroup, count);
+            uint32_t any = 0;
+            for (int32_t k = i; k < end; k++) any |= nearest_.doubts[k];
+            for (int32_t k = i; any != 0 && k < end; k++) {
+                nearest_.which[n] = k;
+                n += static_cast<int32_t>(nearest_.doubts[k]);
             }
         }
+        for (int32_t done = 0; done < n; done += kMost / 4) {
+            const int32_t* which = nearest_.which + done;
+            const int32_t part = smaller(n - done, kMost / 4);
+            for (int32_t k = 0; k < part; k++) {
+                std::memcpy(nearest_.A + 4 * k, A + 4 * which[k], 4);
+                std::memcpy(nearest_.B + 4 * k, B + 4 * which[k], 4);
+            }
+            literalPixels(nearest_.A, nearest_.B, nearest_.A, part);
+            for (int32_t k = 0; k < part; k++) std::memcpy(nearest_.pixels + 4 * which[k], nearest_.A + 4 * k, 4);
+        }
+        std::memcpy(out, nearest_.pixels, static_cast<size_t>(count) * 4);
     }
 
     // The alpha samples of the colours' rows come to nothing; the alpha itself is worked pixel by pixel.
@@ -223,6 +234,13 @@ private:
     }
 
     static constexpr int32_t kMost = kBlockSamples / 2;
+    struct Nearest {
+        uint8_t pixels[4 * kNearestBlock];
+        uint32_t doubts[kNearestBlock];
+        int32_t which[kNearestBlock + 1];
+        uint8_t A[kMost];
+        uint8_t B[kMost];
+    };
 
     const Lanes<T>& lanes_;
     const CompositeRows<T>& rows_;
@@ -236,6 +254,7 @@ private:
     double A_[kMost];
     double B_[kMost];
     double C_[kMost];
+    Nearest nearest_;
 };
 
 // The bytes of an image's region, all channels.

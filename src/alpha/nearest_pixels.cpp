@@ -1,4 +1,5 @@
 // Pixels of composition with division in single precision, where that is proven to round to the same samples.
+#include <cmath>
 #include <cstring>
 
 #include "alpha/composite_rows.h"
@@ -25,33 +26,30 @@ constexpr float kOne = 65025.0F;
 constexpr float kScaleError = 254.0F / 4294967296.0F;
 constexpr float kDoubt = 0.5F - 256.0F * 11.0F / 16777216.0F;
 
-// What an operator works on; as an alpha, X and Y are 255 a and 255 b.
-struct Alphas {
-    float a, na, b, nb;
-};
+// As an alpha, X and Y are 255 a and 255 b.
 struct Over {
-    OWN_INLINE static float colour(float X, float Y, Alphas f) { return kLargest * X + Y * f.na; }
-    OWN_INLINE static float alpha(Alphas f) { return kLargest * f.a + f.b * f.na; }
+    OWN_INLINE static float colour(float X, float Y, float na, float, float) { return kLargest * X + Y * na; }
+    OWN_INLINE static float alpha(float a, float na, float b, float) { return kLargest * a + b * na; }
 };
 struct In {
-    OWN_INLINE static float colour(float X, float, Alphas f) { return X * f.b; }
-    OWN_INLINE static float alpha(Alphas f) { return f.b * f.a; }
+    OWN_INLINE static float colour(float X, float, float, float b, float) { return X * b; }
+    OWN_INLINE static float alpha(float a, float, float b, float) { return b * a; }
 };
 struct Out {
-    OWN_INLINE static float colour(float X, float, Alphas f) { return X * f.nb; }
-    OWN_INLINE static float alpha(Alphas f) { return f.nb * f.a; }
+    OWN_INLINE static float colour(float X, float, float, float, float nb) { return X * nb; }
+    OWN_INLINE static float alpha(float a, float, float, float nb) { return nb * a; }
 };
 struct Atop {
-    OWN_INLINE static float colour(float X, float Y, Alphas f) { return X * f.b + Y * f.na; }
-    OWN_INLINE static float alpha(Alphas f) { return kLargest * f.b; }
+    OWN_INLINE static float colour(float X, float Y, float na, float b, float) { return X * b + Y * na; }
+    OWN_INLINE static float alpha(float, float, float b, float) { return kLargest * b; }
 };
 struct Xor {
-    OWN_INLINE static float colour(float X, float Y, Alphas f) { return X * f.nb + Y * f.na; }
-    OWN_INLINE static float alpha(Alphas f) { return f.nb * f.a + f.na * f.b; }
+    OWN_INLINE static float colour(float X, float Y, float na, float, float nb) { return X * nb + Y * na; }
+    OWN_INLINE static float alpha(float a, float na, float b, float nb) { return nb * a + na * b; }
 };
 struct Plus {
-    OWN_INLINE static float colour(float X, float Y, Alphas) { return kLargest * X + kLargest * Y; }
-    OWN_INLINE static float alpha(Alphas f) { return kLargest * f.b + kLargest * f.a; }
+    OWN_INLINE static float colour(float X, float Y, float, float, float) { return kLargest * X + kLargest * Y; }
+    OWN_INLINE static float alpha(float a, float, float b, float) { return kLargest * b + kLargest * a; }
 };
 
 template <int32_t Place>
@@ -59,16 +57,13 @@ OWN_INLINE float byteAt(uint32_t word) {
     return static_cast<float>(static_cast<int32_t>(word >> (kFirstIsLow ? 8 * Place : 24 - 8 * Place) & UINT8_MAX));
 }
 
-// The nearest sample of a quotient, in a byte of a word; sets doubt where the literal form may find another one.
+OWN_INLINE float limited(float quotient) { return quotient < kLargest ? quotient : kLargest; }
+OWN_INLINE float nearestWhole(float value) { return (value + 8388608.0F) - 8388608.0F; }
+OWN_INLINE float larger(float a, float b) { return a > b ? a : b; }
+
 template <int32_t Place>
-OWN_INLINE uint32_t nearestAt(float quotient, uint32_t& doubt) {
-    constexpr float rounder = 8388608.0F;
-    const float positive = quotient > 0.0F ? quotient : 0.0F;
-    const float limited = positive < kLargest ? positive : kLargest;
-    const float nearest = (limited + rounder) - rounder;
-    const float off = limited - nearest;
-    doubt |= (off > kDoubt || off < -kDoubt) ? 1U : 0U;
-    return static_cast<uint32_t>(static_cast<int32_t>(nearest)) << (kFirstIsLow ? 8 * Place : 24 - 8 * Place);
+OWN_INLINE uint32_t byteOf(float value) {
+    return static_cast<uint32_t>(static_cast<int32_t>(value)) << (kFirstIsLow ? 8 * Place : 24 - 8 * Place);
 }
 
 template <class Operator, bool Premultiplied>
@@ -82,19 +77,28 @@ OWN_INLINE void nearestPixels(const uint8_t* A, const uint8_t* B, uint8_t* neare
         std::memcpy(&wordB, B + 4 * i, sizeof wordB);
         const float a = byteAt<3>(wordA);
         const float b = byteAt<3>(wordB);
-        const Alphas f = {a, (kLargest - a) - a * kScaleError, b, (kLargest - b) - b * kScaleError};
+        const float na = (kLargest - a) - a * kScaleError;
+        const float nb = (kLargest - b) - b * kScaleError;
         const float factorA = Premultiplied ? kLargest : a;
         const float factorB = Premultiplied ? kLargest : b;
-        const float alpha = Operator::alpha(f);
-        const float reciprocal = 1.0F / (alpha > 0.5F ? alpha : kOne);
-        const float q0 = Operator::colour(byteAt<0>(wordA) * factorA, byteAt<0>(wordB) * factorB, f) * reciprocal;
-        const float q1 = Operator::colour(byteAt<1>(wordA) * factorA, byteAt<1>(wordB) * factorB, f) * reciprocal;
-        const float q2 = Operator::colour(byteAt<2>(wordA) * factorA, byteAt<2>(wordB) * factorB, f) * reciprocal;
-        uint32_t doubt = 0;
-        const uint32_t word = nearestAt<0>(q0, doubt) | nearestAt<1>(q1, doubt) | nearestAt<2>(q2, doubt) |
-                              nearestAt<3>(alpha * (1.0F / kLargest), doubt);
+        const float alpha = Operator::alpha(a, na, b, nb);
+        const float over = 1.0F / (alpha > 0.5F ? alpha : kOne);
+        const auto colour = [=](float A1, float B1) OWN_INLINE_LAMBDA {
+            return limited(Operator::colour(A1 * factorA, B1 * factorB, na, b, nb) * over);
+        };
+        const float q0 = colour(byteAt<0>(wordA), byteAt<0>(wordB));
+        const float q1 = colour(byteAt<1>(wordA), byteAt<1>(wordB));
+        const float q2 = colour(byteAt<2>(wordA), byteAt<2>(wordB));
+        const float q3 = limited(alpha * (1.0F / kLargest));
+        const float n0 = nearestWhole(q0);
+        const float n1 = nearestWhole(q1);
+        const float n2 = nearestWhole(q2);
+        const float n3 = nearestWhole(q3);
+        const float off01 = larger(std::fabs(q0 - n0), std::fabs(q1 - n1));
+        const float off23 = larger(std::fabs(q2 - n2), std::fabs(q3 - n3));
+        const uint32_t word = byteOf<0>(n0) | byteOf<1>(n1) | byteOf<2>(n2) | byteOf<3>(n3);
         std::memcpy(nearest + 4 * i, &word, sizeof word);
-        doubts[i] = doubt;
+        doubts[i] = larger(off01, off23) > kDoubt ? 1 : 0;
     }
 }
 
