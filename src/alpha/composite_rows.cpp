@@ -115,10 +115,15 @@ OWN_INLINE void spreadRow(const T* pixels, T* alphas, ptrdiff_t nPixels) {
 // Pixels of 8-bit samples are worked in half words of two samples: products fit, and vectors have the fewest steps.
 using Halves = uint16_t[2 * kPixelBlock];
 
+OWN_INLINE uint16_t highProduct(uint32_t x, uint32_t y) { return static_cast<uint16_t>(x * y >> 16); }
+
+// Both samples scaled by weights w, which are given as 257 * w. floor(x * w / 255) is the top byte of (256 x + 1) * 257 w
+// in 24 bits: with x * w = 255 q + r that is 2^24 q + 256 * (257 r - q) + 257 w, and what follows 2^24 q is neither
+// negative, q being at most w, nor 2^24 and more, r being at most 254.
 OWN_INLINE uint16_t scaleHalf(uint16_t samples, uint16_t lowWeight, uint16_t highWeight) {
-    const uint16_t low = scaleMul8(samples & UINT8_MAX, lowWeight);
-    const uint16_t high = scaleMul8(static_cast<uint16_t>(samples >> 8), highWeight);
-    return static_cast<uint16_t>(low | high << 8);
+    const uint16_t low = highProduct(static_cast<uint16_t>(samples << 8 | 1), lowWeight);
+    const uint16_t high = highProduct(static_cast<uint16_t>((samples & 0xFF00) | 1), highWeight);
+    return static_cast<uint16_t>(low >> 8 | (high & 0xFF00));
 }
 
 // The weights of a block of pixels: each pixel's alpha in both of its halves, and the same with 255 in the half that
@@ -129,10 +134,9 @@ struct Weights {
         for (ptrdiff_t i = 0; i < nPixels; i++) {
             uint32_t pixel;
             std::memcpy(&pixel, pixels + 4 * i, sizeof pixel);
-            const auto alpha = alphaOf<uint8_t>(pixel);
-            const uint32_t pair = alpha | alpha << 16;
-            const uint32_t kept = kFirstIsLow ? alpha | UINT32_C(0x00FF0000) : alpha << 16 | UINT32_C(0x000000FF);
-            std::memcpy(alphas + 2 * i, &pair, sizeof pair);
+            const uint32_t spread = spreadWord<uint8_t>(pixel);
+            const uint32_t kept = spread | (kFirstIsLow ? UINT32_C(0xFFFF0000) : UINT32_C(0x0000FFFF));
+            std::memcpy(alphas + 2 * i, &spread, sizeof spread);
             std::memcpy(keeping + 2 * i, &kept, sizeof kept);
         }
     }
