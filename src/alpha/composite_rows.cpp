@@ -117,8 +117,8 @@ using Halves = uint16_t[2 * kPixelBlock];
 
 OWN_INLINE uint16_t highProduct(uint32_t x, uint32_t y) { return static_cast<uint16_t>(x * y >> 16); }
 
-// Both samples scaled by weights w, which are given as 257 * w. floor(x * w / 255) is the top byte of (256 x + 1) * 257 w
-// in 24 bits: with x * w = 255 q + r that is 2^24 q + 256 * (257 r - q) + 257 w, and what follows 2^24 q is neither
+// Both samples scaled by weights w, which are given as 257 * w. floor(x * w / 255) is the top byte of (256 x + 1) * 257
+// w in 24 bits: with x * w = 255 q + r that is 2^24 q + 256 * (257 r - q) + 257 w, and what follows 2^24 q is neither
 // negative, q being at most w, nor 2^24 and more, r being at most 254.
 OWN_INLINE uint16_t scaleHalf(uint16_t samples, uint16_t lowWeight, uint16_t highWeight) {
     const uint16_t low = highProduct(static_cast<uint16_t>(samples << 8 | 1), lowWeight);

@@ -10,10 +10,11 @@ namespace tov {
 
 namespace {
 
-// The literal form divides doubles, C / r, with fractions fa = a * scale, where scale is (1 + d) / 255 and d = 254 / 2^32
-// is below one rounding of single precision, u = 2^-24. Here numerator and denominator are both 65025 times as large, X
-// and Y being 255 times the colours as the operators take them: whole numbers below 2^24 as far as d is left out. The
-// complements na and nb, 255 * (1 - fa) and 255 * (1 - fb), have d in them, since what is left of 1 may be as small.
+// The literal form divides doubles, C / r, with fractions fa = a * scale, where scale is (1 + d) / 255 and d = 254 /
+// 2^32 is below one rounding of single precision, u = 2^-24. Here numerator and denominator are both 65025 times as
+// large, X and Y being 255 times the colours as the operators take them: whole numbers below 2^24 as far as d is left
+// out. The complements na and nb, 255 * (1 - fa) and 255 * (1 - fb), have d in them, since what is left of 1 may be as
+// small.
 //
 // X, Y, a and b differ from the literal's by d, less than 1 u; a complement by 1 u. A product with it and the sum make
 // numerators exact to 4 u and denominators exact to 4 u: all terms are positive, except that a complement of 255 is
@@ -144,8 +145,8 @@ OWN_KERNEL void ownNearestPlainPlus_8u(Row A, Row B, uint8_t* nearest, uint32_t*
 } // namespace
 
 const NearestPixels kNearestPixels_8u[2][kOperators] = {
-    {ownNearestPlainOver_8u, ownNearestPlainIn_8u, ownNearestPlainOut_8u, ownNearestPlainAtop_8u,
-     ownNearestPlainXor_8u, ownNearestPlainPlus_8u},
+    {ownNearestPlainOver_8u, ownNearestPlainIn_8u, ownNearestPlainOut_8u, ownNearestPlainAtop_8u, ownNearestPlainXor_8u,
+     ownNearestPlainPlus_8u},
     {ownNearestOver_8u, ownNearestIn_8u, ownNearestOut_8u, ownNearestAtop_8u, ownNearestXor_8u, ownNearestPlus_8u}};
 
 } // namespace tov

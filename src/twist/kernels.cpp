@@ -153,10 +153,8 @@ OWN_INLINE void twistTriples(const TwistMap& map, const uint8_t* src, uint8_t* d
             const int32_t c0 = byteAt<2>(w1), c1 = byteAt<3>(w1), c2 = byteAt<0>(w2);
             const int32_t d0 = byteAt<1>(w2), d1 = byteAt<2>(w2), d2 = byteAt<3>(w2);
             storeWord(dst + 12 * i, wordOf(f.y0(a0, a1, a2), f.y1(a0, a1, a2), f.y2(a0, a1, a2), f.y0(b0, b1, b2)));
-            storeWord(dst + 12 * i + 4,
-                      wordOf(f.y1(b0, b1, b2), f.y2(b0, b1, b2), f.y0(c0, c1, c2), f.y1(c0, c1, c2)));
-            storeWord(dst + 12 * i + 8,
-                      wordOf(f.y2(c0, c1, c2), f.y0(d0, d1, d2), f.y1(d0, d1, d2), f.y2(d0, d1, d2)));
+            storeWord(dst + 12 * i + 4, wordOf(f.y1(b0, b1, b2), f.y2(b0, b1, b2), f.y0(c0, c1, c2), f.y1(c0, c1, c2)));
+            storeWord(dst + 12 * i + 8, wordOf(f.y2(c0, c1, c2), f.y0(d0, d1, d2), f.y1(d0, d1, d2), f.y2(d0, d1, d2)));
         }
     });
 }

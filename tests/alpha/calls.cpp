@@ -98,9 +98,9 @@ Sweep compositeSweep() {
     sweep.model = [](Scene& s) {
         const CompositeValue v(s.of.value);
         const auto given = [&s](bool is, int role) { return is ? &s.at(role) : nullptr; };
-        composeImages(s, {&s.at(roleA), &s.at(roleB), &s.at(roleDst), given(v.alphaA, roleAlphaA),
-                          given(v.alphaB, roleAlphaB), given(v.alphaDst, roleAlphaDst), v.type, v.premultiplied,
-                          v.divides});
+        composeImages(
+            s, {&s.at(roleA), &s.at(roleB), &s.at(roleDst), given(v.alphaA, roleAlphaA), given(v.alphaB, roleAlphaB),
+                given(v.alphaDst, roleAlphaDst), v.type, v.premultiplied, v.divides});
     };
     sweep.cases = 8000;
     sweep.mustMeet = {"complement", "in place", "divides", "masked", "merged", "tiled", "gathered", "overlap"};

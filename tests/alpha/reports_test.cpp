@@ -107,7 +107,8 @@ TEST(MultiplySScale, ChecksInOrder) {
 Rows countRows(const char* name, int role) {
     static std::vector<std::string> texts; // contexts are kept by address
     texts.reserve(16);
-    const std::string src = std::string("(srcImage") + name + "->nChannels - (srcImage" + name + "->alphaChannel != 0))";
+    const std::string src =
+        std::string("(srcImage") + name + "->nChannels - (srcImage" + name + "->alphaChannel != 0))";
     const std::string dst = "(dstImage->nChannels - (dstImage->alphaChannel != 0))";
     const auto keep = [](const std::string& text) { return texts.emplace_back(text).c_str(); };
     return {{-5, keep(src + " != " + dst),
@@ -120,8 +121,7 @@ Rows countRows(const char* name, int role) {
                  for (ImageSpec& spec : c.images) region(spec, 1);
                  c.images[role].roi.coi = 0;
              }},
-            {-5, keep(dst + " != (srcImage" + name + "->roi->coi > 0)"),
-             [role](Case& c) {
+            {-5, keep(dst + " != (srcImage" + name + "->roi->coi > 0)"), [role](Case& c) {
                  region(c.images[role], 1);
                  c.images[2].roi.coi = 0;
              }}};
@@ -213,9 +213,7 @@ TEST(AlphaComposite, ChecksInOrder) {
             region(c.images[role], c.images[role].alpha);
         };
     };
-    const auto depth = [](int role) {
-        return [role](Case& c) { c.images[role].depth = TOV_DEPTH_16U; };
-    };
+    const auto depth = [](int role) { return [role](Case& c) { c.images[role].depth = TOV_DEPTH_16U; }; };
     const char* counts[] = {
         "(srcImageA->nChannels - (srcImageA->alphaChannel != 0)) != "
         "(dstImage->nChannels - (dstImage->alphaChannel != 0))",

@@ -175,9 +175,9 @@ TEST(Twist, KnownByHand) {
     };
     EXPECT_EQ(result(77, 0, 0), 77);
     EXPECT_EQ(result(77, 65536 * 300, 0), 255);
-    EXPECT_EQ(result(0, -16384, 0), 0);     // -0.25
-    EXPECT_EQ(result(100, 64880, 0), 100);  // 100.99
-    EXPECT_EQ(result(255, 64880, 0), 255);  // 255.99
+    EXPECT_EQ(result(0, -16384, 0), 0);    // -0.25
+    EXPECT_EQ(result(100, 64880, 0), 100); // 100.99
+    EXPECT_EQ(result(255, 64880, 0), 255); // 255.99
     EXPECT_EQ(result(0, -65536, 50), 50);
     EXPECT_EQ(result(205, 0, 50), 255);
     EXPECT_EQ(result(49, 0, -50), 0);
@@ -229,8 +229,10 @@ TEST(Twist, ChecksInOrder) {
         return Reports{{status, "tovApplyColorTwist", "Incorrect Image", "tovtwist"}};
     };
     const Case sound = alike(2, TOV_DEPTH_8U, 3, 10, 5);
-    expectRefusal(sound, [](Scene& s) { tovApplyColorTwist(nullptr, s[1], nullptr, 0); }, says(-9));
-    expectRefusal(sound, [](Scene& s) { tovApplyColorTwist(s[0], nullptr, nullptr, 0); }, says(-9));
+    expectRefusal(
+        sound, [](Scene& s) { tovApplyColorTwist(nullptr, s[1], nullptr, 0); }, says(-9));
+    expectRefusal(
+        sound, [](Scene& s) { tovApplyColorTwist(s[0], nullptr, nullptr, 0); }, says(-9));
 }
 
 TEST(Twist, FillingTheRecord) {
