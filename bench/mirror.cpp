@@ -21,7 +21,7 @@ void asTheyAre(const Pair&) {}
 
 #ifdef TOV_HAVE_YUV
 std::string yuvMirror(Items& items, Size size) {
-    const std::string name = "libyuv RGB24Mirror";
+    std::string name = "libyuv RGB24Mirror";
     items.add({name, size, pixels(size), "pixel",
                inTurns<Pair>(size, {k8U, 3}, asTheyAre,
                              [](const Pair& p) {

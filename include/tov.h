@@ -192,7 +192,8 @@ enum { TOV_TILE_READ = 1, TOV_TILE_WRITE = 2, TOV_TILE_RELEASE = 4 };
  * A tile server. For TOV_TILE_READ and TOV_TILE_WRITE it stores into image->tileInfo->tileData the address of tile
  * (xIndex, yIndex) with its current contents, or null if the tile can't be had; the library reads the field at once.
  * TOV_TILE_RELEASE ends the use of a tile: one got for writing is then final. Each answer stays valid until its own
- * release; several tiles may be held at once, of one image or of several. image is the header as the operation holds
+ * release; several tiles may be held at once, of one image or of several, and a tile may be asked for many times in
+ * one call. image is the header as the operation holds
  * it, with the caller's tileInfo and imageId. After a failure a tile whose request gave null is not released.
  */
 typedef void (*TovTileCallback)(TovImage* image, int32_t xIndex, int32_t yIndex, int32_t mode);
@@ -228,8 +229,8 @@ struct TovImage {
     void* imageId;            /* the caller's own word */
     TovTileInfo* tileInfo;    /* of a tiled image, else null */
     int32_t imageSize;        /* bytes of pixel data */
-    uint8_t* imageData;       /* first byte of the first row; null for a tiled image */
-    int32_t widthStep;        /* bytes from one row to the next */
+    uint8_t* imageData;       /* first byte of the first row, aligned to the values; null for a tiled image */
+    int32_t widthStep;        /* bytes from one row to the next, a multiple of the value's size */
     int32_t borderMode[4];    /* TOV_BORDER_* by side; the low two bits count */
     int32_t borderConst[4];   /* by side */
     uint8_t* imageDataOrigin; /* the block that tovAllocateImage made; null when imageData is the caller's */
@@ -317,7 +318,8 @@ TOV_API void tovCopy(TovImage* srcImage, TovImage* dstImage);
  * mask has its mask inverted in place, and back, for the length of a call with fillValue 0.
  *
  * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_DEPTH for TOV_DEPTH_32F;
- * TOV_STS_TILE_FAILURE for a tile; a failure of an inner step is followed by TOV_STS_BACKTRACE.
+ * TOV_STS_TILE_FAILURE for a tile. The bits of a 1-bit image with a mask are set by inner steps: their failure is
+ * followed by TOV_STS_BACKTRACE, and so is one that an earlier call left in the status, though the bits are set then.
  */
 TOV_API void tovSet(TovImage* image, int32_t fillValue);
 
@@ -411,6 +413,28 @@ TOV_API void tovSetColorTwist(TovColorTwist* cTwist, const int32_t* data, int32_
  * clear it by tovSetErrStatus(TOV_STS_OK) first.
  */
 TOV_API void tovApplyColorTwist(TovImage* srcImage, TovImage* dstImage, const TovColorTwist* cTwist, int32_t offset);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Blur
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * Each pixel becomes the average of a window of nCols by nRows samples of its channel, in which it stands at (anchorX,
+ * anchorY), counted from 0. Windows read the source outside its region and mask, and beyond its edge by its border
+ * settings. All depths; those of the images agree, and their data orders unless dstImage has one channel. Both may be
+ * the same image; in a tiled one windows that are larger than a tile, or that wrap, can then read blurred pixels.
+ *
+ * The average is the window's sum times the single-precision inverse of the area, truncated toward zero; a 1-bit result
+ * is set where it is 0.5 or more. Sums of 32-bit images are running sums that round toward zero. The time doesn't
+ * depend on the window. A window of 1 by 1 is a tovCopy.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed;
+ * TOV_STS_BAD_ALPHA_CHANNEL for an image that is nothing but alpha; TOV_STS_BAD_CHANNELS for differing numbers of
+ * channels; TOV_STS_NO_MEMORY, "Allocation failure", also where a tile to read can't be had; TOV_STS_TILE_FAILURE. With
+ * a single mask a negative status of the thread before the call ends it without a report.
+ */
+TOV_API void tovBlur(TovImage* srcImage, TovImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX,
+                     int32_t anchorY);
 
 /* ------------------------------------------------------------------------------------------------------------------
  * Mirror

@@ -206,16 +206,17 @@ uint8_t* ownBorderedBuffer(TovImage* image, int32_t x, int32_t y, int32_t width,
     if (image == nullptr || width < 0 || height < 0 || !isLaidOut(*image)) return nullptr;
     const bool planes = image->dataOrder == TOV_DATA_ORDER_PLANE;
     const int32_t nPlanes = planes ? image->nChannels : 1;
-    const int32_t pixelBytes = (depthBits(image->depth) >> 3) * (planes ? 1 : image->nChannels);
+    const int64_t pixelBytes = (depthBits(image->depth) >> 3) * int64_t{planes ? 1 : image->nChannels};
     const int64_t rowBytes = ownRowBytes(image->dataOrder, image->depth, image->align, image->nChannels, width);
-    if (rowBytes > INT32_MAX || int64_t{height} * nPlanes > PTRDIFF_MAX / (rowBytes + 1)) return nullptr;
+    if (pixelBytes > INT32_MAX || rowBytes > INT32_MAX) return nullptr;
+    if (int64_t{height} * nPlanes > PTRDIFF_MAX / (rowBytes + 1)) return nullptr;
     const auto size = static_cast<size_t>(rowBytes * height * nPlanes);
     AlignedBlock<uint8_t> block(size);
     if (!block) return nullptr;
     *step = static_cast<int32_t>(rowBytes);
     if (image->depth == TOV_DEPTH_1U) std::memset(block.get(), 0, size);
     const BlockPlace place = {block.get(), rowBytes, rowBytes * height};
-    BorderedFill fill(*image, place, {x, 0, y, 0, height, width}, pixelBytes, nPlanes);
+    BorderedFill fill(*image, place, {x, 0, y, 0, height, width}, static_cast<int32_t>(pixelBytes), nPlanes);
     return fill.run() ? block.release() : nullptr;
 }
 

@@ -39,7 +39,9 @@ bool attachThread() { return makeContext() != nullptr; }
 bool attachProcess() { return openThreadSlot(freeZeroed) && attachThread(); }
 
 void detachProcess() {
-    freeZeroed(threadValue());
+    void* context = threadValue();
+    setThreadValue(nullptr);
+    freeZeroed(context);
     closeThreadSlot();
 }
 

@@ -87,21 +87,24 @@ Channels channelsOf(const TovImage& image) {
 RoiStart ownRoiStart(const TovImage& image, int32_t coiOffset) {
     if (image.roi == nullptr) return {image.imageData, {image.width, image.height}, 0};
     const TovROI& roi = *image.roi;
-    // Both are below the sizes, which are positive, so neither difference leaves the range.
+    // Offsets are not negative and sizes are positive, so neither difference leaves the range.
     Size size = smaller({roi.width, roi.height}, {image.width - roi.xOffset, image.height - roi.yOffset});
     if (size.width < 0) size.width = 0;
     if (size.height < 0) size.height = 0;
+    const int32_t bitOffset = roi.xOffset & 7;
+    // A region beyond the image has no address, and its offsets may be too large to make one.
+    if (size.empty()) return {image.imageData, size, bitOffset};
     const int64_t bits = depthBits(image.depth);
     const bool planes = image.dataOrder == TOV_DATA_ORDER_PLANE;
     const int64_t value = planes ? roi.xOffset : int64_t{roi.xOffset} * image.nChannels + coiOffset;
     ptrdiff_t offset = ptrdiff_t{roi.yOffset} * image.widthStep + static_cast<ptrdiff_t>((value * bits) >> 3);
     if (planes) offset += coiOffset * planeDistance(image);
-    if (size.empty()) offset = 0;
-    return {image.imageData + offset, size, roi.xOffset & 7};
+    return {image.imageData + offset, size, bitOffset};
 }
 
 bool ownSameLayout(const TovImage& a, const TovImage& b, bool hasAlpha) {
-    if (hasAlpha) return false;
+    // The largest number stands for the size of a tile that doesn't fit the field.
+    if (hasAlpha || a.imageSize == INT32_MAX) return false;
     if (a.height != b.height || a.width != b.width || a.imageSize != b.imageSize || a.align != b.align) return false;
     const auto whole = [](const TovImage& image) {
         const TovROI* roi = image.roi;

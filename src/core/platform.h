@@ -7,7 +7,8 @@
 namespace tov {
 
 // One slot per process with a value per thread that starts null. When a thread ends and its value isn't null,
-// atThreadEnd receives it. False when the platform has no slot left.
+// atThreadEnd receives it. False when the platform has no slot left. Threads at work while the slot is closed keep what
+// they have.
 bool openThreadSlot(void (*atThreadEnd)(void* value));
 void closeThreadSlot();
 void* threadValue();

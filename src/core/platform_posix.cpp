@@ -13,13 +13,23 @@ namespace tov {
 
 namespace {
 
+// The key tells when a thread ends. The value itself stands in the thread's own memory, so that threads that are still
+// at work while the process ends keep theirs when the slot has been closed.
 pthread_key_t slot;
 bool slotOpen = false;
+void (*releaseValue)(void* value) = nullptr;
+thread_local void* ownValue = nullptr;
+
+void endThread(void* value) {
+    ownValue = nullptr;
+    releaseValue(value);
+}
 
 } // namespace
 
 bool openThreadSlot(void (*atThreadEnd)(void* value)) {
-    slotOpen = pthread_key_create(&slot, atThreadEnd) == 0;
+    releaseValue = atThreadEnd;
+    slotOpen = pthread_key_create(&slot, endThread) == 0;
     return slotOpen;
 }
 
@@ -28,9 +38,13 @@ void closeThreadSlot() {
     slotOpen = false;
 }
 
-void* threadValue() { return slotOpen ? pthread_getspecific(slot) : nullptr; }
+void* threadValue() { return ownValue; }
 
-bool setThreadValue(void* value) { return slotOpen && pthread_setspecific(slot, value) == 0; }
+bool setThreadValue(void* value) {
+    if (!slotOpen || pthread_setspecific(slot, value) != 0) return false;
+    ownValue = value;
+    return true;
+}
 
 void* allocateZeroed(size_t size) { return std::calloc(1, size); }
 

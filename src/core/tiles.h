@@ -12,6 +12,7 @@ namespace tov {
 int32_t ownTileRowBytes(TovImage* image);
 
 // Makes a header that of a plain image of another size, such as one of its tiles. The pixels are the caller's to set.
+// An imageSize that doesn't fit its field is the largest number there.
 void shapeAsPlain(TovImage& header, Size size, int32_t rowBytes);
 
 // Makes a view of one tile of an image: plain, without mask, its region of the image's coi at a place in the tile.

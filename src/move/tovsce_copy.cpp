@@ -63,7 +63,8 @@ void copyMaskedBits(TovImage* srcImage, TovImage* dstImage, TovImage* mask, Size
             const MaskLoan whole(mask, nullptr);
             tovCopy(mask, part.get());
         }
-        if (part) {
+        // Without a header there is no mask, and all of the destination would be cleared.
+        if (part.get() != nullptr) {
             const MaskLoan under(dstImage, part.get());
             const MaskLoan whole(srcImage, nullptr);
             tovSet(dstImage, 0);

@@ -156,6 +156,23 @@ TEST_P(ArithReports, EachTileFailsInTurn) {
     EXPECT_GT(tiled, 20);
 }
 
+TEST_P(ArithReports, TileRowsBeyondTheFieldsAreNotAskedFor) {
+    const ArithCall& call = GetParam();
+    Case c = alike(3, TOV_DEPTH_8U, 3, 8, 8);
+    for (ImageSpec& spec : c.images) {
+        spec.tileWidth = spec.tileHeight = 8;
+        spec.hasRoi = true;
+        spec.roi = {1, 0, 0, 8, 8};
+    }
+    Scene scene(c);
+    scene[1]->nChannels = 1 << 28;
+    scene.run([&](Scene& s) { call.run(s[0], s[1], s[2]); });
+    EXPECT_EQ(scene.reports,
+              (Reports{{-5, call.funcName, "(srcImageB->tileInfo->tileData == ((void*)(0)))", call.file}}));
+    EXPECT_EQ(scene.server.log.size(), 2u); // A's tile and its release
+    EXPECT_EQ(scene.server.held(), 0u);
+}
+
 INSTANTIATE_TEST_SUITE_P(All, ArithReports, testing::ValuesIn(arithCalls), arithName);
 
 TEST(XorS, ChecksInOrder) {

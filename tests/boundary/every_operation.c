@@ -70,6 +70,8 @@ static void images(void) {
         a->imageData[0] = 1;
         tovMirror(a, sum, 1);
         expect(sum->imageData[4] == 1 && sum->imageData[0] == 200, "tovMirror reverses columns");
+        tovBlur(b, sum, 3, 1, 1, 0);
+        expect(sum->imageData[1] == 100 && sum->imageData[0] == 66, "tovBlur averages with the constant 0 outside");
         tovSet(sum, 17);
         expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovSet fills");
     }

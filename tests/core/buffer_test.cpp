@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "core/tiles.h"
+#include "reference/borders.h"
 #include "reference/samples.h"
 #include "reference/walks.h"
 #include "support/sweep.h"
@@ -18,52 +19,6 @@ Case drawBuffered(uint64_t number) {
         if (c.images[0].depth == TOV_DEPTH_32F) c.images[0].fill = Fill::bytes;
     };
     return drawCase(number, family);
-}
-
-// The raw bits that a constant gives at a depth.
-uint32_t constantBits(int32_t value, uint32_t depth) {
-    uint32_t bits = static_cast<uint32_t>(value);
-    if (depth == TOV_DEPTH_32F) {
-        const auto real = static_cast<float>(value);
-        std::memcpy(&bits, &real, 4);
-    }
-    const int count = static_cast<int>(depth & 0x7FFFFFFF);
-    return count == 32 ? bits : bits & ((1u << count) - 1);
-}
-
-// The coordinate that a mode other than the constant reads at c on an axis of the given length, found by walking.
-int32_t extended(int32_t c, int32_t length, int32_t mode) {
-    if (mode == TOV_BORDER_REPLICATE) return std::clamp(c, 0, length - 1);
-    int32_t at = 0, step = 1;
-    for (int32_t k = 0; k != c;) {
-        const bool up = c > 0;
-        k += up ? 1 : -1;
-        if (mode == TOV_BORDER_WRAP) {
-            at = up ? (at + 1 == length ? 0 : at + 1) : (at == 0 ? length - 1 : at - 1);
-        } else {
-            if (k == -1) { // the mirror stands between -1 and 0
-                step = 1;
-            } else if (at + step < 0 || at + step >= length) {
-                step = -step;
-            } else {
-                at += step;
-            }
-        }
-    }
-    return at;
-}
-
-uint32_t borderedBits(const TestImage& image, int32_t x, int32_t y, int c) {
-    const int32_t width = image.header.width, height = image.header.height;
-    const int side = y < 0 ? TOV_SIDE_TOP : y >= height ? TOV_SIDE_BOTTOM : x < 0 ? TOV_SIDE_LEFT : TOV_SIDE_RIGHT;
-    const int32_t mode = image.header.borderMode[side] & 3;
-    if (x < 0 || y < 0 || x >= width || y >= height) {
-        if (mode == TOV_BORDER_CONSTANT) return constantBits(image.header.borderConst[side], image.header.depth);
-        x = extended(x, width, mode);
-        y = extended(y, height, mode);
-    }
-    const Place place = placeOf(image, x, y, c);
-    return readBits(place.address, place.bit, image.header.depth);
 }
 
 struct Window {
@@ -197,6 +152,43 @@ TEST(BorderedBuffer, KnownRows) {
     EXPECT_EQ(columns(TOV_BORDER_REPLICATE, -2, 7), (std::vector<int>{0, 0, 0, 1, 2, 2, 2}));
 }
 
+// The gathers in their order: rows above, inside and below, in each the columns before, inside and behind.
+TEST(BorderedBuffer, TileRequestsKnownByHand) {
+    const auto requests = [](int32_t mode, const Window& window) {
+        Case c = alike(1, TOV_DEPTH_8U, 1, 20, 20);
+        c.images[0].tileWidth = c.images[0].tileHeight = 16;
+        for (int32_t& side : c.images[0].borderMode) side = mode;
+        Scene scene(c);
+        int32_t step = 0;
+        tov::ownFreeBuffer(tov::ownBorderedBuffer(scene[0], window.x, window.y, window.width, window.height, &step));
+        std::string text;
+        for (const TileEvent& event : scene.server.log) {
+            text += event.mode == TOV_TILE_READ ? "r" : "x";
+            text += std::to_string(event.x) + std::to_string(event.y) + " ";
+        }
+        return text;
+    };
+    const std::string inside = "r00 r10 x10 x00 r01 r11 x11 x01 ";
+    const Window around{-2, -2, 24, 24};
+    EXPECT_EQ(requests(TOV_BORDER_CONSTANT, around), inside);
+    const std::string nearest =
+        "r00 x00 r00 r10 x10 x00 r10 x10 " // above
+        "r00 x00 r01 x01 " +
+        inside +
+        "r10 x10 r11 x11 "                  // inside
+        "r01 x01 r01 r11 x11 x01 r11 x11 "; // below
+    EXPECT_EQ(requests(TOV_BORDER_REPLICATE, around), nearest);
+    EXPECT_EQ(requests(TOV_BORDER_REFLECT, around), nearest);
+    EXPECT_EQ(requests(TOV_BORDER_WRAP, around),
+              "r11 x11 r01 r11 x11 x01 r01 x01 "
+              "r10 x10 r11 x11 " +
+                  inside +
+                  "r00 x00 r01 x01 "
+                  "r10 x10 r00 r10 x10 x00 r00 x00 ");
+    EXPECT_EQ(requests(TOV_BORDER_REFLECT, {-20, 0, 20, 20}), "r10 r00 x00 x10 r11 r01 x01 x11 "); // backwards
+    EXPECT_EQ(requests(TOV_BORDER_REFLECT, {-21, 3, 2, 1}), "r10 x10 r10 x10 "); // one gather a period
+}
+
 TEST(BorderedBuffer, RefusesABrokenHeader) {
     const Case c = alike(1, TOV_DEPTH_8U, 1, 3, 1);
     int32_t step = 0;
@@ -208,6 +200,82 @@ TEST(BorderedBuffer, RefusesABrokenHeader) {
         if (field == 2) scene[0]->align = 0;
         EXPECT_EQ(tov::ownBorderedBuffer(scene[0], 0, 0, 1, 1, &step), nullptr);
     }
+    for (int32_t nChannels : {1 << 30, INT32_MAX}) { // pixels of more bytes than can be counted
+        Scene scene(c);
+        scene[0]->depth = TOV_DEPTH_32S;
+        scene[0]->nChannels = nChannels;
+        for (int32_t width : {0, 1, INT32_MAX}) {
+            EXPECT_EQ(tov::ownBorderedBuffer(scene[0], 0, 0, width, 1, &step), nullptr);
+        }
+    }
+}
+
+// A tile server without a grid of its own: every tile of an image has the same 16 by 16 values, x + 16 * y.
+struct OneTile {
+    uint8_t values[256];
+    std::string log;
+    TovTileInfo tiles{serve, this, nullptr, 16, 16};
+    TovROI roi{};
+    TovImage image{};
+
+    explicit OneTile(const TovROI& region) : roi(region) {
+        for (int i = 0; i < 256; ++i) values[i] = static_cast<uint8_t>(i);
+        image.nChannels = 1;
+        image.depth = TOV_DEPTH_8U;
+        image.align = 4;
+        image.width = image.height = INT32_MAX;
+        image.tileInfo = &tiles;
+        image.roi = &roi;
+    }
+    OneTile(const OneTile&) = delete;
+    OneTile& operator=(const OneTile&) = delete;
+
+    // Columns and rows are told from the last tile of the image back.
+    static void serve(TovImage* header, int32_t x, int32_t y, int32_t mode) {
+        auto& self = *static_cast<OneTile*>(header->tileInfo->id);
+        const int32_t last = INT32_MAX / 16;
+        self.log += "rwx"[mode / 2] + std::to_string(last - x) + "," + std::to_string(last - y) + " ";
+        self.tiles.tileData = mode == TOV_TILE_RELEASE ? nullptr : self.values;
+    }
+};
+
+TEST(LargestCoordinates, WalksAndBuffersReachThem) {
+    ReportLog log;
+    const int32_t most = INT32_MAX;
+    OneTile source({0, most - 3, most - 2, most, most}), dst({0, most - 17, most - 7, most, most});
+    tovAdd(&source.image, &source.image, &dst.image); // 3 by 2 pixels, over two columns of tiles of the destination
+    EXPECT_EQ(source.log, "r0,0 r0,0 x0,0 x0,0 ");
+    EXPECT_EQ(dst.log, "w1,0 x1,0 w0,0 x0,0 ");
+    const auto dstPixels = [&](int32_t x, int32_t y) { return int{dst.values[8 * 16 + y * 16 + (14 + x) % 16]}; };
+    EXPECT_EQ(dstPixels(0, 0), std::min(255, 2 * (12 + 13 * 16)));
+    source.log.clear();
+    dst.log.clear();
+    std::memset(dst.values, 0, sizeof dst.values);
+    tovCopy(&source.image, &dst.image);
+    EXPECT_EQ(source.log, "r0,0 x0,0 r0,0 x0,0 ");
+    EXPECT_EQ(dst.log, "w1,0 x1,0 w0,0 x0,0 ");
+    for (int32_t y = 0; y < 2; ++y) {
+        for (int32_t x = 0; x < 3; ++x) EXPECT_EQ(dstPixels(x, y), 12 + x + (13 + y) * 16);
+    }
+    tovSet(&dst.image, 7);
+    EXPECT_EQ(std::count(dst.values, dst.values + 256, 7), 16 * 7); // 17 columns, of which 14 comes twice
+    EXPECT_TRUE(log.reports.empty());
+
+    const auto columns = [&](int32_t mode, int32_t x, int32_t width) {
+        for (int32_t& side : source.image.borderMode) side = mode;
+        int32_t step = 0;
+        uint8_t* buffer = tov::ownBorderedBuffer(&source.image, x, most - 1, width, 1, &step);
+        std::vector<int> row(buffer, buffer + width);
+        tov::ownFreeBuffer(buffer);
+        for (int& value : row) value -= 14 * 16;
+        return row;
+    };
+    EXPECT_EQ(columns(TOV_BORDER_REFLECT, most - 2, 5), (std::vector<int>{13, 14, 14, 13, 12}));
+    EXPECT_EQ(columns(TOV_BORDER_REFLECT, INT32_MIN, 3), (std::vector<int>{14, 14, 13}));
+    EXPECT_EQ(columns(TOV_BORDER_WRAP, most - 1, 3), (std::vector<int>{14, 0, 1}));
+    EXPECT_EQ(columns(TOV_BORDER_WRAP, INT32_MIN, 3), (std::vector<int>{14, 0, 1}));
+    EXPECT_EQ(columns(TOV_BORDER_REPLICATE, INT32_MIN, 2), (std::vector<int>{0, 0}));
+    EXPECT_EQ(columns(TOV_BORDER_REPLICATE, most, 40), std::vector<int>(40, 14));
 }
 
 // Corners in either direction: forwards a copy, backwards a mirrored one, across tiles too.

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstdlib>
+#include <future>
 #include <map>
 #include <string>
 #include <thread>
@@ -142,6 +144,37 @@ TEST(DefaultHandlerDeathTest, EndsTheProcessInSilence) {
     EXPECT_EXIT(tovAdd(nullptr, nullptr, nullptr), testing::ExitedWithCode(1), "^$");
     EXPECT_EXIT(tov::tovError(-1, "f", "c", "m", 1), testing::ExitedWithCode(1), "^$");
     EXPECT_EXIT(std::thread([] { tovSet(nullptr, 0); }).join(), testing::ExitedWithCode(1), "^$");
+}
+
+// As when one thread ends the process while another one is at work.
+TEST(DetachDeathTest, OtherThreadsKeepTheirContext) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto endInTheMiddle = [] {
+        std::promise<void> began, detached;
+        std::thread worker([&] {
+            tovRedirectError(ignore);
+            tovSetErrStatus(-5);
+            began.set_value();
+            detached.get_future().wait();
+            tovAdd(nullptr, nullptr, nullptr);
+            std::_Exit(tovGetErrStatus() == -5 ? 17 : 18);
+        });
+        began.get_future().wait();
+        tov::detachProcess();
+        detached.set_value();
+        worker.join();
+    };
+    EXPECT_EXIT(endInTheMiddle(), testing::ExitedWithCode(17), "^$");
+}
+
+TEST(ContextDeathTest, AThreadWithoutContextEndsTheProcessWithAText) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto beginTooLate = [] {
+        tov::detachProcess();
+        std::thread([] { tovGetErrStatus(); }).join();
+    };
+    EXPECT_EXIT(beginTooLate(), testing::KilledBySignal(SIGABRT),
+                "^Problem to allocate memory for TLS TOV context\\.\n$");
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include "core/image.h"
 #include "core/ownrect.h"
+#include "core/tiles.h"
 #include "reference/samples.h"
 #include "support/sweep.h"
 
@@ -50,6 +51,20 @@ TEST(RoiStart, FindsTheFirstValueAndTheClippedSize) {
     }
 }
 
+TEST(RoiStart, RegionsFarBeyondTheImageAreEmpty) {
+    Case c = alike(1, TOV_DEPTH_32S, 1, 4, 4);
+    c.images[0].hasRoi = true;
+    c.images[0].roi = {2, INT32_MAX, INT32_MAX, INT32_MAX, INT32_MAX};
+    for (int32_t order : {TOV_DATA_ORDER_PIXEL, TOV_DATA_ORDER_PLANE}) {
+        const Scene scene(c);
+        scene[0]->dataOrder = order;
+        scene[0]->nChannels = INT32_MAX;
+        const tov::RoiStart start = tov::ownRoiStart(*scene[0], INT32_MAX - 1);
+        EXPECT_EQ(start.size.width, 0);
+        EXPECT_EQ(start.size.height, 0);
+    }
+}
+
 TEST(PlainAddress, AnImageThatIsNothingButAlphaHasNone) {
     Case c = alike(1, TOV_DEPTH_8U, 1, 1, 1);
     c.images[0].alpha = 1;
@@ -86,6 +101,13 @@ TEST(SameLayout, AsksForWholeImagesOfOneShape) {
                               TovROI{0, 0, 1, 50, 50}, TovROI{1, 0, 0, 9, 7}}) {
         EXPECT_FALSE(same([&](Spec& a, Spec&) { a.hasRoi = true, a.roi = roi; }));
     }
+    TovImage tile{};
+    tile.nChannels = 3;
+    tile.dataOrder = TOV_DATA_ORDER_PLANE;
+    tov::shapeAsPlain(tile, {32768, 21845}, 32768);
+    EXPECT_TRUE(tov::ownSameLayout(tile, tile, false));
+    tov::shapeAsPlain(tile, {32768, 32768}, 32768); // larger than imageSize can say
+    EXPECT_FALSE(tov::ownSameLayout(tile, tile, false));
     EXPECT_TRUE(same([](Spec& a, Spec& b) { a.hasRoi = true, a.roi.coi = 1, a.nChannels = b.nChannels = 1; }));
 }
 
@@ -169,6 +191,17 @@ TEST(RoiSize, WithAndWithoutClipping) {
     EXPECT_EQ(size({0, 0, 0, 0, 5}, false), nothing);
     EXPECT_EQ(size({0, 0, 0, 5, -1}, true), nothing);
     EXPECT_EQ(size({0, 99, 39, INT32_MAX, INT32_MAX}, true), std::pair(1, 1));
+
+    const auto clipped = [&](int32_t width, int32_t height) {
+        tov::ownClipSize(image, width, height);
+        return std::pair(width, height);
+    };
+    roi = {0, 90, 5, 20, 10};
+    EXPECT_EQ(clipped(50, 50), std::pair(10, 10));
+    EXPECT_EQ(clipped(3, -1), std::pair(3, -1)); // never raised
+    image.roi = nullptr;
+    EXPECT_EQ(clipped(101, 40), std::pair(100, 40));
+    image.roi = &roi;
 
     tov::OwnRect rect{};
     roi = {0, 150, 10, 50, 50};

@@ -108,6 +108,12 @@ TEST(Copy, MergingMasksWithoutMemory) {
     Case bits = twoImages(1, TOV_DEPTH_1U); // the temporary of the composition
     giveMask(bits, 1);
     expectRefusal(bits, failing(1), {noHeader});
+    expectRefusal(bits, failing(2), // each step finds that it has no pixels
+                  {copyReport(-12, "Incorrect Image"),
+                   {-112, "tovSet", "Incorrect Image", "tovsce"},
+                   {-12, "tovAnd", "Incorrect Image", "tovand"},
+                   {-112, "tovOr", "Incorrect Image", "tovor"},
+                   copyReport(-1, "")});
 }
 
 // Whatever block fails, under whatever answer of the handler: a report or a full result, nothing outside is touched,

@@ -1,0 +1,28 @@
+// The kernels of the blur as its walks see them.
+#pragma once
+
+#include "core/geometry.h"
+#include "tov.h"
+
+namespace tov {
+
+// What a kernel is called with. work is a private copy of the source that begins at the first window's first sample and
+// is nCols by nRows larger than the output; its coi is the source's. dst's region begins at the first output pixel.
+struct BlurArgs {
+    const TovImage* work;
+    TovImage* dst;
+    const TovImage* mask; // 1-bit, of the output's size and without region; or null
+    Size size;
+    int32_t nCols;
+    int32_t nRows;
+    float inverse; // of the window's area
+};
+
+// Blurs by the kernel for the depth of dst. False when the work area can't be had.
+bool ownBlurRows(const BlurArgs& args);
+
+// The kernels that switch the rounding mode; the others are exact in any.
+bool ownBlur_32s(const BlurArgs& args);
+bool ownBlur_32f(const BlurArgs& args);
+
+} // namespace tov
