@@ -82,7 +82,7 @@ std::string pixmanPeer(Items& items, Size size, int32_t type) {
     static constexpr pixman_op_t operators[] = {PIXMAN_OP_OVER, PIXMAN_OP_IN,  PIXMAN_OP_OUT,
                                                 PIXMAN_OP_ATOP, PIXMAN_OP_XOR, PIXMAN_OP_ADD};
     const pixman_op_t op = operators[type];
-    const std::string name = std::string("pixman ") + kOperatorNames[type];
+    std::string name = std::string("pixman ") + kOperatorNames[type];
     const auto arrange = [](const PixmanPair&) {};
     items.add({name, size, pixels(size), "pixel",
                inTurns<PixmanPair>(size, {k8U, 4, true}, arrange,
@@ -97,7 +97,7 @@ std::string pixmanPeer(Items& items, Size size, int32_t type) {
 
 #ifdef TOV_HAVE_YUV
 std::string yuvBlend(Items& items, Size size) {
-    const std::string name = "libyuv ARGBBlend";
+    std::string name = "libyuv ARGBBlend";
     items.add({name, size, pixels(size), "pixel",
                inTurns<Pair>(size, {k8U, 4, true}, nothing,
                              [](const Pair& p) {
@@ -111,7 +111,7 @@ std::string yuvBlend(Items& items, Size size) {
 }
 
 std::string yuvMatrix(Items& items, Size size) {
-    const std::string name = "libyuv ARGBColorMatrix";
+    std::string name = "libyuv ARGBColorMatrix";
     items.add({name, size, pixels(size), "pixel",
                inTurns<Pair>(
                    size, {k8U, 4, true}, nothing,

@@ -204,11 +204,12 @@ private:
             const int32_t* which = nearest_.which + done;
             const int32_t part = smaller(n - done, kMost / 4);
             for (int32_t k = 0; k < part; k++) {
-                std::memcpy(nearest_.A + 4 * k, A + 4 * which[k], 4);
-                std::memcpy(nearest_.B + 4 * k, B + 4 * which[k], 4);
+                std::memcpy(nearest_.A + 4 * k, A + ptrdiff_t{4} * which[k], 4);
+                std::memcpy(nearest_.B + 4 * k, B + ptrdiff_t{4} * which[k], 4);
             }
             literalPixels(nearest_.A, nearest_.B, nearest_.A, part);
-            for (int32_t k = 0; k < part; k++) std::memcpy(nearest_.pixels + 4 * which[k], nearest_.A + 4 * k, 4);
+            for (int32_t k = 0; k < part; k++)
+                std::memcpy(nearest_.pixels + ptrdiff_t{4} * which[k], nearest_.A + 4 * k, 4);
         }
         std::memcpy(out, nearest_.pixels, static_cast<size_t>(count) * 4);
     }
@@ -276,8 +277,9 @@ bool isFree(const CompositeArgs& args, Size size, int32_t nColours) {
         if (image == nullptr) continue;
         const Footprint from = footprintOf<T>(*image, size);
         if (overlapsElsewhere(to, from)) return false;
-        if (args.alphaTarget != nullptr && overlapsElsewhere(footprintOf<T>(*args.alphaTarget, size), from))
+        if (args.alphaTarget != nullptr && overlapsElsewhere(footprintOf<T>(*args.alphaTarget, size), from)) {
             return false;
+        }
     }
     if (args.alphaTarget != nullptr && overlapsElsewhere(footprintOf<T>(*args.alphaTarget, size), to)) return false;
     // An alpha that is read from a channel which receives a colour is another one for the next channel.
@@ -338,8 +340,9 @@ private:
     template <class Visit>
     void eachBlock(int32_t y, int32_t most, Visit visit) const {
         const auto cut = [&](int32_t start, int32_t length) {
-            for (int32_t done = 0; done < length; done += most)
+            for (int32_t done = 0; done < length; done += most) {
                 visit(Point{start + done, y}, smaller(length - done, most));
+            }
         };
         if (mask_.first == nullptr) return cut(0, size_.width);
         const uint8_t* bits = mask_.first + y * mask_.rowStep;

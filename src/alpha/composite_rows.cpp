@@ -132,7 +132,7 @@ struct Weights {
     OWN_INLINE void load(const uint8_t* pixels, ptrdiff_t nPixels) {
         OWN_EACH
         for (ptrdiff_t i = 0; i < nPixels; i++) {
-            uint32_t pixel;
+            uint32_t pixel = 0;
             std::memcpy(&pixel, pixels + 4 * i, sizeof pixel);
             const uint32_t spread = spreadWord<uint8_t>(pixel);
             const uint32_t kept = spread | (kFirstIsLow ? UINT32_C(0xFFFF0000) : UINT32_C(0x0000FFFF));
@@ -168,7 +168,7 @@ OWN_INLINE const uint8_t* termRow(const uint8_t* pixels, const Weights& own, con
     if (Premultiplied && Kind == Term::Whole) return pixels;
     OWN_EACH
     for (ptrdiff_t i = 0; i < 2 * nPixels; i++) {
-        uint16_t samples;
+        uint16_t samples = 0;
         std::memcpy(&samples, pixels + 2 * i, sizeof samples);
         const uint16_t term = termOf<Kind>(own.colours<Premultiplied>(samples, i), other.alphas[i]);
         std::memcpy(terms + 2 * i, &term, sizeof term);

@@ -72,8 +72,8 @@ OWN_INLINE void nearestPixels(const uint8_t* A, const uint8_t* B, uint8_t* neare
                               ptrdiff_t nPixels) {
     OWN_EACH
     for (ptrdiff_t i = 0; i < nPixels; i++) {
-        uint32_t wordA;
-        uint32_t wordB;
+        uint32_t wordA = 0;
+        uint32_t wordB = 0;
         std::memcpy(&wordA, A + 4 * i, sizeof wordA);
         std::memcpy(&wordB, B + 4 * i, sizeof wordB);
         const float a = byteAt<3>(wordA);

@@ -48,17 +48,17 @@ void ownTileStageDestroy(OwnTileStage* stage);
 // Registers an image: its slot's number (from 1), the one that it has already, 0 for a null image, -1 for a stage that
 // is null or at fault. The mode of the first registration stays. Callers give the stage a slot for each image.
 int32_t ownTileStageAdd(OwnTileStage* stage, TovImage* image, int32_t mode);
-void ownTileStageRemove(OwnTileStage* stage, int32_t slot);
+void ownTileStageRemove(OwnTileStage* stage, int32_t number);
 
 void ownTileStageSetRect(OwnTileStage* stage, int32_t x, int32_t y, int32_t width, int32_t height);
 
 // A plain image whose region is the current rectangle of the slot's image, with its coi: the image's own pixels, one
 // tile's, or a copy where the rectangle crosses tiles. Null when it can't be had, and status says why.
-TovImage* ownTileStageView(OwnTileStage* stage, int32_t slot);
+TovImage* ownTileStageView(OwnTileStage* stage, int32_t number);
 
 // Ends the use of a view: copies are written back to the tiles of an image got for writing, unless the stage is at
 // fault, and tiles are released in the order in which they were asked for.
-void ownTileStageRelease(OwnTileStage* stage, int32_t slot);
+void ownTileStageRelease(OwnTileStage* stage, int32_t number);
 void ownTileStageReleaseAll(OwnTileStage* stage);
 
 // The stage's status; out of memory for a null stage.

@@ -53,9 +53,9 @@ void runStageWalk(const StageWalk& walk, void (*kernel)(const void* args, TovIma
     for (int32_t i = 0; i < walk.nImages; i++) {
         slots[i] = ownTileStageAdd(stage, walk.images[i].image, walk.images[i].mode);
     }
-    for (int32_t y = 0, yEnd; y < walk.size.height && ownTileStageStatus(stage) == 0; y = yEnd) {
+    for (int32_t y = 0, yEnd = 0; y < walk.size.height && ownTileStageStatus(stage) == 0; y = yEnd) {
         yEnd = rectEnd(y, from.y, tiles.height, walk.size.height);
-        for (int32_t x = 0, xEnd; x < walk.size.width; x = xEnd) {
+        for (int32_t x = 0, xEnd = 0; x < walk.size.width; x = xEnd) {
             xEnd = rectEnd(x, from.x, tiles.width, walk.size.width);
             ownTileStageSetRect(stage, x, y, xEnd - x, yEnd - y);
             for (int32_t i = 0; i < walk.nImages; i++) {

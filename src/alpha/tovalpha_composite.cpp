@@ -103,8 +103,9 @@ void compose(const CompositeArgs& args, Size size, TovImage* mask) {
     // The alpha target's view is fetched behind those of the sources.
     static constexpr int32_t viewOrder[] = {0, 2, 3, 1, 4, 5, 6};
     bool tiled = false;
-    for (const StagedImage& image : images)
+    for (const StagedImage& image : images) {
         tiled = tiled || (image.image != nullptr && image.image->tileInfo != nullptr);
+    }
     if (!tiled) return ownAlphaComposite(args, size, mask);
     runStageWalk({report, size, images, kMostStaged, viewOrder}, runRect, &args);
 }

@@ -16,7 +16,7 @@ constexpr int32_t kBlock = 256;
 
 // One output channel: a weighted sum of three samples and a constant, in one of two exact arithmetics.
 struct IntegerChannel {
-    OWN_INLINE IntegerChannel(const TwistMap& map, int32_t channel)
+    OWN_INLINE IntegerChannel(const TwistMap& map, ptrdiff_t channel)
         : w0(map.data[4 * channel]),
           w1(map.data[4 * channel + 1]),
           w2(map.data[4 * channel + 2]),
@@ -41,7 +41,7 @@ struct IntegerChannel {
 };
 
 struct DoubleChannel {
-    OWN_INLINE DoubleChannel(const TwistMap& map, int32_t channel)
+    OWN_INLINE DoubleChannel(const TwistMap& map, ptrdiff_t channel)
         : w0(map.m[4 * channel]),
           w1(map.m[4 * channel + 1]),
           w2(map.m[4 * channel + 2]),
@@ -121,7 +121,7 @@ OWN_INLINE uint32_t wordOf(int32_t b0, int32_t b1, int32_t b2, int32_t b3) {
     return low | high << 16;
 }
 OWN_INLINE uint32_t loadWord(const uint8_t* bytes) {
-    uint32_t word;
+    uint32_t word = 0;
     std::memcpy(&word, bytes, sizeof word);
     return word;
 }
