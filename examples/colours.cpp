@@ -13,8 +13,9 @@ void draw(const Image& image, Value value) {
     const bool planes = image->dataOrder == TOV_DATA_ORDER_PLANE;
     for (int32_t y = 0; y < image->height; y++) {
         for (int32_t c = 0; c < image->nChannels; c++) {
-            uint8_t* row = rowFromTop(*image.get(), y, planes ? c : 0) + (planes ? 0 : c);
-            for (int32_t x = 0; x < image->width; x++) row[x * (planes ? 1 : image->nChannels)] = value(x, y, c);
+            uint8_t* sample = rowFromTop(*image.get(), y, planes ? c : 0) + (planes ? 0 : c);
+            const int32_t step = planes ? 1 : image->nChannels;
+            for (int32_t x = 0; x < image->width; x++, sample += step) *sample = value(x, y, c);
         }
     }
 }

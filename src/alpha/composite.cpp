@@ -208,8 +208,9 @@ private:
                 std::memcpy(nearest_.B + 4 * k, B + ptrdiff_t{4} * which[k], 4);
             }
             literalPixels(nearest_.A, nearest_.B, nearest_.A, part);
-            for (int32_t k = 0; k < part; k++)
+            for (int32_t k = 0; k < part; k++) {
                 std::memcpy(nearest_.pixels + ptrdiff_t{4} * which[k], nearest_.A + 4 * k, 4);
+            }
         }
         std::memcpy(out, nearest_.pixels, static_cast<size_t>(count) * 4);
     }
