@@ -71,6 +71,7 @@ int main(int argc, char** argv) {
     bench::addBlurItems(items);
     bench::addMirrorItems(items);
     bench::addMoveItems(items);
+    bench::addAlphaItems(items);
     const std::vector<const bench::Item*> chosen = items.select(filter);
     for (const bench::Item* item : chosen) registerItem(*item);
 

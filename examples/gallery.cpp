@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bitmap_file.h"
+#include "colours.h"
 #include "image.h"
 #include "page.h"
 #include "picture.h"
@@ -241,20 +242,22 @@ void showTiles(Page& page, const Image& source) {
 }
 
 // What a source must have for an entry to tell something.
-enum Needs { kNothing, kValues, kColors };
+enum Needs { kNothing, kValues, kColors, kColorBytes };
 
 struct Exhibit {
     void (*show)(Page& page, const Image& source);
     Needs needs;
 };
 constexpr Exhibit kExhibits[] = {
-    {showSum, kValues},        {showDifference, kValues},  {showEdges, kNothing}, {showRegion, kNothing},
-    {showSpotlight, kNothing}, {showMaskedFill, kNothing}, {showOr, kNothing},    {showAndNot, kNothing},
-    {showTwoMasks, kNothing},  {showChannel, kColors},     {showSwap, kColors},   {showTiles, kValues},
+    {showSum, kValues},          {showDifference, kValues},  {showEdges, kNothing},     {showRegion, kNothing},
+    {showSpotlight, kNothing},   {showMaskedFill, kNothing}, {showOr, kNothing},        {showAndNot, kNothing},
+    {showTwoMasks, kNothing},    {showChannel, kColors},     {showSwap, kColors},       {showTiles, kValues},
+    {showSoftEdge, kColorBytes}, {showOperators, kNothing},  {showTwists, kColorBytes},
 };
 
 bool has(const TovImage& source, Needs needs) {
-    if (needs == kColors) return source.nChannels >= 3;
+    if (needs == kColorBytes && source.depth != TOV_DEPTH_8U) return false;
+    if (needs == kColors || needs == kColorBytes) return source.nChannels >= 3;
     return needs == kNothing || source.depth != TOV_DEPTH_1U;
 }
 

@@ -324,6 +324,97 @@ TOV_API void tovCopy(TovImage* srcImage, TovImage* dstImage);
 TOV_API void tovSet(TovImage* image, int32_t fillValue);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Alpha
+ *
+ * Depths 8U and 16U. A sample stands for a fraction of the largest value of its depth, max: 255 or 65535. Products are
+ * floor(x * y / max) exactly. Each destination may be one of the sources; data orders may differ.
+ *
+ * Reports: TOV_STS_BAD_ARG with the comparison that failed; the code of a faulty header or mask with "Incorrect Image";
+ * TOV_STS_NO_MEMORY, "No working memory"; TOV_STS_BACKTRACE, "Bad masks for images", when two or more masks could not
+ * be merged, or when the thread's status was negative before; TOV_STS_TILE_FAILURE, "ERROR in Tiling callBack". Where
+ * tiles of several images don't line up, a rectangle that crosses tiles is worked in a copy, and all its tiles are held
+ * at once.
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * dstImage = srcImage * value, by value as a fraction of max; it is limited to 0 and max. Alpha channels are neither
+ * read nor written, unless a region chooses them. With a channel of interest in one image the other gives its own, or
+ * its only colour.
+ */
+TOV_API void tovMultiplySScale(TovImage* srcImage, TovImage* dstImage, int32_t value);
+
+/* dstImage = srcImageA * srcImageB, sample by sample, with the rules of tovMultiplySScale. */
+TOV_API void tovMultiplyScale(TovImage* srcImageA, TovImage* srcImageB, TovImage* dstImage);
+
+/* The operators of tovAlphaComposite. */
+enum {
+    TOV_COMPOSITE_OVER = 0,
+    TOV_COMPOSITE_IN = 1,
+    TOV_COMPOSITE_OUT = 2,
+    TOV_COMPOSITE_ATOP = 3,
+    TOV_COMPOSITE_XOR = 4,
+    TOV_COMPOSITE_PLUS = 5
+};
+
+/*
+ * dstImage = srcImageA operator srcImageB, by their alpha, for one of the six Porter-Duff operators.
+ *
+ * A's alpha comes from alphaImageA, or from srcImageA's own alpha channel when that is null. B's alpha comes from
+ * alphaImageB; when that is null, from srcImageB's own alpha channel if alphaImageA is null too and there is one;
+ * otherwise it is the complement of A's alpha at each pixel. The result alpha goes to alphaImageDst, which must have an
+ * alpha channel, or to dstImage's alpha channel; without either it isn't written. An alpha image gives its alpha
+ * channel or, without one, its first channel; its channel of interest doesn't count, its region and mask do.
+ *
+ * premulAlpha 1: the colours of A and B are multiplied by their alpha already; 0: they are plain. divideMode 0: integer
+ * arithmetic in which each product is floor(x * y / max), and the result colour is multiplied by its alpha. divideMode
+ * 1: double precision, the colour is divided by the result alpha, limited to max and rounded to the nearest sample,
+ * ties to even.
+ *
+ * A channel of interest is all or nothing: dstImage and both sources have one, none of them alpha, or none has.
+ * dstImage may be a source, and alphaImageDst an alpha source: in each row all colours are written before the alpha.
+ */
+TOV_API void tovAlphaComposite(TovImage* srcImageA, TovImage* srcImageB, TovImage* dstImage, int32_t compositeType,
+                               TovImage* alphaImageA, TovImage* alphaImageB, TovImage* alphaImageDst,
+                               int32_t premulAlpha, int32_t divideMode);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Colour twist
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * A linear map of three colours. Row r of the matrix, data[4 * r] to data[4 * r + 3], has the weights of the three
+ * input channels and the constant of output channel r; each entry stands for its value divided by 2 to the power of
+ * scalingValue. The fourth row is kept and never read.
+ */
+typedef struct TovColorTwist {
+    int32_t data[16];
+    int32_t scalingValue; /* 0 to 31 */
+} TovColorTwist;
+
+/*
+ * Copies 16 entries and a scaling value into a record of the caller's. Reports TOV_STS_BAD_ARG for a null pointer and
+ * for a scalingValue outside 0 to 31, and leaves the record as it is then.
+ */
+TOV_API void tovSetColorTwist(TovColorTwist* cTwist, const int32_t* data, int32_t scalingValue);
+
+/*
+ * Maps the first three channels of srcImage to those of dstImage; further channels, alpha among them, are left alone,
+ * and channels of interest don't count. Depths 8U and 16U; max is 255 or 65535. The images have the same depth, data
+ * order and origin, three channels at least without alpha, and masks of their own origin. Both may be the same image.
+ *
+ * Each sum is exact. A sum that offset would take out of the range of the depth is limited first: with an offset from 0
+ * to max - 1, sums below 0 give offset and sums from max + 1 - offset on give max; with a negative one down to
+ * -(max - 1), sums below -offset give 0 and sums from max + 1 on give max + offset. Within the range the sum is
+ * truncated and offset is added. An offset of max and more gives max, one of -max and less gives 0 everywhere.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed, for a
+ * tile that can't be had, and for a mask that can't be made for lack of memory; TOV_STS_BACKTRACE, "error_tovAnd".
+ * Where an image is tiled or has a mask, a negative status of the thread before the call ends it without a report:
+ * clear it by tovSetErrStatus(TOV_STS_OK) first.
+ */
+TOV_API void tovApplyColorTwist(TovImage* srcImage, TovImage* dstImage, const TovColorTwist* cTwist, int32_t offset);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Blur
  * --------------------------------------------------------------------------------------------------------------- */
 

@@ -8,6 +8,13 @@
 
 namespace tov {
 
+// Whether the byte of the lowest address holds a word's lowest bits.
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+constexpr bool kFirstIsLow = false;
+#else
+constexpr bool kFirstIsLow = true;
+#endif
+
 struct Word {
     Word() = default;
     OWN_INLINE explicit Word(uint32_t value) { std::memcpy(bytes, &value, sizeof value); }

@@ -61,6 +61,12 @@ static void images(void) {
         expect(sum->imageData[4] == 100, "tovSubtract subtracts");
         tovCopy(a, sum);
         expect(sum->imageData[0] == 200, "tovCopy copies");
+        tovMultiplySScale(a, sum, 128);
+        expect(sum->imageData[0] == 100, "tovMultiplySScale truncates");
+        tovMultiplyScale(a, b, sum);
+        expect(sum->imageData[0] == 78, "tovMultiplyScale truncates");
+        tovAlphaComposite(a, b, sum, TOV_COMPOSITE_OVER, a, NULL, NULL, 1, 0);
+        expect(sum->imageData[0] == 222, "tovAlphaComposite lays A over B");
         a->imageData[0] = 1;
         tovMirror(a, sum, 1);
         expect(sum->imageData[4] == 1 && sum->imageData[0] == 200, "tovMirror reverses columns");
@@ -72,6 +78,22 @@ static void images(void) {
     tovDeallocate(a, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
     tovDeallocate(b, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
     tovDeallocate(sum, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
+}
+
+static void colours(void) {
+    static const int32_t swap[16] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0};
+    TovColorTwist twist;
+    TovImage* image = tovCreateImageHeader(3, 0, TOV_DEPTH_8U, "RGB", "BGR", TOV_DATA_ORDER_PIXEL, TOV_ORIGIN_TL,
+                                           TOV_ALIGN_4BYTES, 1, 1, NULL, NULL, NULL, NULL);
+    tovSetColorTwist(&twist, swap, 0);
+    expect(image != NULL && twist.data[2] == 1, "a twist is set");
+    if (image != NULL) {
+        tovAllocateImage(image, 1, 0);
+        image->imageData[0] = 200;
+        tovApplyColorTwist(image, image, &twist, 0);
+        expect(image->imageData[0] == 0 && image->imageData[2] == 200, "tovApplyColorTwist swaps channels");
+        tovDeallocate(image, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
+    }
 }
 
 static void bitmaps(void) {
@@ -102,6 +124,7 @@ int main(void) {
     errors();
     version();
     images();
+    colours();
     bitmaps();
     expect(tovGetErrStatus() == TOV_STS_OK, "no failure at the end");
     return failures == 0 ? 0 : 1;
