@@ -13,24 +13,6 @@ namespace bench {
 
 namespace {
 
-struct Pair {
-    Pair(Size size, const Layout& layout, size_t turn)
-        : a(kSourceA, size, layout, turn), dst(kDestination, size, layout, turn) {}
-    Picture a;
-    Picture dst;
-};
-
-struct Trio {
-    Trio(Size size, const Layout& layout, size_t turn)
-        : a(kSourceA, size, layout, turn), b(kSourceB, size, layout, turn), dst(kDestination, size, layout, turn) {}
-    Picture a;
-    Picture b;
-    Picture dst;
-};
-
-void nothing(const Pair&) {}
-void nothing3(const Trio&) {}
-
 constexpr const char* kOperatorNames[] = {"over", "in", "out", "atop", "xor", "plus"};
 
 void addProducts(Items& items, Size size) {
@@ -38,21 +20,23 @@ void addProducts(Items& items, Size size) {
     const std::string one = limit(items, Traffic::kOneRead, size, 8);
     items
         .add({"product 8U", size, pixels(size), "value",
-              inTurns<Trio>(size, {}, nothing3,
+              inTurns<Trio>(size, {}, asTheyAre,
                             [](const Trio& t) { tovMultiplyScale(t.a.get(), t.b.get(), t.dst.get()); })})
         .limitedBy(two)
         .aim(1.3, two);
     items
         .add({"scaled product 8U", size, pixels(size), "value",
-              inTurns<Pair>(size, {}, nothing, [](const Pair& p) { tovMultiplySScale(p.a.get(), p.dst.get(), 200); })})
+              inTurns<Pair>(size, {}, asTheyAre,
+                            [](const Pair& p) { tovMultiplySScale(p.src.get(), p.dst.get(), 200); })})
         .limitedBy(one)
         .aim(1.3, one);
 }
 
 // Calls with the destination as B, as the peers work.
 Prepare composite(Size size, const Layout& layout, int32_t type, int32_t premultiplied, int32_t divide) {
-    return inTurns<Pair>(size, layout, nothing, [=](const Pair& p) {
-        tovAlphaComposite(p.a.get(), p.dst.get(), p.dst.get(), type, nullptr, nullptr, nullptr, premultiplied, divide);
+    return inTurns<Pair>(size, layout, asTheyAre, [=](const Pair& p) {
+        tovAlphaComposite(p.src.get(), p.dst.get(), p.dst.get(), type, nullptr, nullptr, nullptr, premultiplied,
+                          divide);
     });
 }
 
@@ -73,7 +57,7 @@ private:
 };
 
 struct PixmanPair : Pair {
-    PixmanPair(Size size, const Layout& layout, size_t turn) : Pair(size, layout, turn), from(a), to(dst) {}
+    PixmanPair(Size size, const Layout& layout, size_t turn) : Pair(size, layout, turn), from(src), to(dst) {}
     PixmanImage from;
     PixmanImage to;
 };
@@ -99,9 +83,9 @@ std::string pixmanPeer(Items& items, Size size, int32_t type) {
 std::string yuvBlend(Items& items, Size size) {
     std::string name = "libyuv ARGBBlend";
     items.add({name, size, pixels(size), "pixel",
-               inTurns<Pair>(size, {k8U, 4, true}, nothing,
+               inTurns<Pair>(size, {k8U, 4, true}, asTheyAre,
                              [](const Pair& p) {
-                                 TovImage* a = p.a.get();
+                                 TovImage* a = p.src.get();
                                  TovImage* dst = p.dst.get();
                                  libyuv::ARGBBlend(a->imageData, a->widthStep, dst->imageData, dst->widthStep,
                                                    dst->imageData, dst->widthStep, dst->width, dst->height);
@@ -114,10 +98,10 @@ std::string yuvMatrix(Items& items, Size size) {
     std::string name = "libyuv ARGBColorMatrix";
     items.add({name, size, pixels(size), "pixel",
                inTurns<Pair>(
-                   size, {k8U, 4, true}, nothing,
+                   size, {k8U, 4, true}, asTheyAre,
                    [](const Pair& p) {
                        static constexpr int8_t matrix[16] = {17, 34, 22, 0, 22, 45, 25, 0, 24, 50, 17, 0, 0, 0, 0, 64};
-                       libyuv::ARGBColorMatrix(p.a.get()->imageData, p.a.get()->widthStep, p.dst.get()->imageData,
+                       libyuv::ARGBColorMatrix(p.src.get()->imageData, p.src.get()->widthStep, p.dst.get()->imageData,
                                                p.dst.get()->widthStep, matrix, p.dst.get()->width, p.dst.get()->height);
                    }),
                Kind::kPeer});
@@ -161,7 +145,7 @@ void addComposites(Items& items, Size size) {
         .add({"over, disc mask", size, pixels(size), "pixel",
               inTurns<Pair>(size, layout, masked,
                             [](const Pair& p) {
-                                tovAlphaComposite(p.a.get(), p.dst.get(), p.dst.get(), TOV_COMPOSITE_OVER, nullptr,
+                                tovAlphaComposite(p.src.get(), p.dst.get(), p.dst.get(), TOV_COMPOSITE_OVER, nullptr,
                                                   nullptr, nullptr, 1, 0);
                             })})
         .aim(1.3, "over");
@@ -173,8 +157,8 @@ const TovColorTwist kSepia = {{17426, 50594, 12451, 0, 22937, 44957, 11010, 0, 2
 
 void addTwists(Items& items, Size size) {
     const auto twist = [size](const Layout& layout) {
-        return inTurns<Pair>(size, layout, nothing,
-                             [](const Pair& p) { tovApplyColorTwist(p.a.get(), p.dst.get(), &kSepia, 0); });
+        return inTurns<Pair>(size, layout, asTheyAre,
+                             [](const Pair& p) { tovApplyColorTwist(p.src.get(), p.dst.get(), &kSepia, 0); });
     };
     Item& four = items.add({"twist 8U x 3 + alpha", size, pixels(size), "pixel", twist({k8U, 4, true})})
                      .limitedBy(limit(items, Traffic::kOneRead, size, 8, 4), 4);

@@ -10,23 +10,12 @@ namespace {
 
 using Binary = void (*)(TovImage* srcImageA, TovImage* srcImageB, TovImage* dstImage);
 
-// The three images of a call.
-struct Trio {
-    Trio(Size size, const Layout& layout, size_t turn)
-        : a(kSourceA, size, layout, turn), b(kSourceB, size, layout, turn), dst(kDestination, size, layout, turn) {}
-    Picture a;
-    Picture b;
-    Picture dst;
-};
-
 // Calls of an operation on images that `arrange` may give regions and masks.
 template <class Arrange>
 Prepare binary(Binary operation, Size size, const Layout& layout, Arrange arrange) {
     return inTurns<Trio>(size, layout, arrange,
                          [operation](const Trio& trio) { operation(trio.a.get(), trio.b.get(), trio.dst.get()); });
 }
-void asTheyAre(const Trio&) {}
-
 struct Named {
     const char* name;
     Binary operation;

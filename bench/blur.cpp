@@ -6,15 +6,6 @@ namespace bench {
 
 namespace {
 
-struct Pair {
-    Pair(Size size, const Layout& layout, size_t turn)
-        : src(kSourceA, size, layout, turn), dst(kDestination, size, layout, turn) {}
-    Picture src;
-    Picture dst;
-};
-
-void asTheyAre(const Pair&) {}
-
 Prepare blur(Size size, const Layout& layout, int32_t side) {
     return inTurns<Pair>(size, layout, asTheyAre, [side](const Pair& pair) {
         tovBlur(pair.src.get(), pair.dst.get(), side, side, side / 2, side / 2);

@@ -10,15 +10,6 @@ namespace bench {
 
 namespace {
 
-struct Pair {
-    Pair(Size size, const Layout& layout, size_t turn)
-        : src(kSourceA, size, layout, turn), dst(kDestination, size, layout, turn) {}
-    Picture src;
-    Picture dst;
-};
-
-void asTheyAre(const Pair&) {}
-
 #ifdef TOV_HAVE_YUV
 std::string yuvMirror(Items& items, Size size) {
     std::string name = "libyuv RGB24Mirror";

@@ -6,15 +6,6 @@ namespace bench {
 
 namespace {
 
-struct Pair {
-    Pair(Size size, const Layout& layout, size_t turn)
-        : src(kSourceA, size, layout, turn), dst(kDestination, size, layout, turn) {}
-    Picture src;
-    Picture dst;
-};
-
-void asTheyAre(const Pair&) {}
-
 // The two operations of the family: copying from src to dst, and filling dst.
 struct Operation {
     const char* name;

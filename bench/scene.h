@@ -80,6 +80,23 @@ Prepare inTurns(Size size, const Layout& layout, Arrange arrange, Use use) {
     };
 }
 
+// A source and a destination, and two sources and a destination.
+struct Pair {
+    Pair(Size size, const Layout& layout, size_t turn)
+        : src(kSourceA, size, layout, turn), dst(kDestination, size, layout, turn) {}
+    Picture src;
+    Picture dst;
+};
+struct Trio {
+    Trio(Size size, const Layout& layout, size_t turn)
+        : a(kSourceA, size, layout, turn), b(kSourceB, size, layout, turn), dst(kDestination, size, layout, turn) {}
+    Picture a;
+    Picture b;
+    Picture dst;
+};
+// For scenes that are used as they are made.
+constexpr auto asTheyAre = [](const auto&) {};
+
 // Masks of a size, made once: a disc that touches the nearer edges, and one with half of its bits set at random.
 TovImage* discMask(Size size);
 TovImage* randomMask(Size size);

@@ -9,22 +9,13 @@ namespace tov {
 
 namespace {
 
-// A part of the rectangle; offset is that from its first pixel.
-struct Block {
-    int32_t col;
-    int32_t row;
-    Point offset;
-    Point inTile;
-    Size size;
-};
-
 bool noMemory(const BlurCall& call) {
     call.report(TOV_STS_NO_MEMORY, "Allocation failure");
     return false;
 }
 
 // Blurs a block into dst, whose region is the block. False when something can't be had, which has been reported.
-bool blurBlock(const BlurCall& call, const Block& block, TovImage* dst) {
+bool blurBlock(const BlurCall& call, const TilePart& block, TovImage* dst) {
     ImageView work;
     ImageView mask;
     BorderedCopy samples;
@@ -49,20 +40,9 @@ bool blurBlock(const BlurCall& call, const Block& block, TovImage* dst) {
 // says false. `at` is where the rectangle begins in that grid's image.
 template <class Visit>
 bool eachBlock(const TovTileInfo& tiles, Point at, Size size, Visit visit) {
-    const auto part = [](int32_t tile, int32_t length, int32_t begin, int32_t whole, int32_t& offset, int32_t& inTile) {
-        const int64_t start = int64_t{tile} * length;
-        const int64_t first = start > begin ? start : begin;
-        const int64_t end = start + length < int64_t{begin} + whole ? start + length : int64_t{begin} + whole;
-        offset = static_cast<int32_t>(first - begin);
-        inTile = static_cast<int32_t>(first - start);
-        return static_cast<int32_t>(end - first);
-    };
-    Block block{};
-    for (block.col = at.x / tiles.width; block.col <= (at.x + size.width - 1) / tiles.width; block.col++) {
-        block.size.width = part(block.col, tiles.width, at.x, size.width, block.offset.x, block.inTile.x);
-        for (block.row = at.y / tiles.height; block.row <= (at.y + size.height - 1) / tiles.height; block.row++) {
-            block.size.height = part(block.row, tiles.height, at.y, size.height, block.offset.y, block.inTile.y);
-            if (!visit(block)) return false;
+    for (int32_t col = at.x / tiles.width; col <= (at.x + size.width - 1) / tiles.width; col++) {
+        for (int32_t row = at.y / tiles.height; row <= (at.y + size.height - 1) / tiles.height; row++) {
+            if (!visit(tilePart(tiles, at, size, col, row))) return false;
         }
     }
     return true;
@@ -103,7 +83,7 @@ public:
     bool complete() const { return complete_; }
 
     // Blurs a block into the next place of the ring, whose result is written back first.
-    bool blur(const Block& block) {
+    bool blur(const TilePart& block) {
         Entry& entry = entryAt(slot_);
         if (entry.used && !writeBack(entry)) return false;
         if (!fetch(entry, block)) return false;
@@ -148,7 +128,7 @@ private:
         tovCopy(&source.header, &target.header);
     }
 
-    bool fetch(Entry& entry, const Block& block) const {
+    bool fetch(Entry& entry, const TilePart& block) const {
         HeldTile tile(call_.dst, TOV_TILE_READ);
         uint8_t* data = getTile(call_, tile, block.col, block.row, kNoRead);
         if (data == nullptr) return false;
@@ -176,13 +156,13 @@ private:
 } // namespace
 
 void blurPlain(const BlurCall& call) {
-    const Block whole = {0, 0, {0, 0}, {0, 0}, call.size};
+    const TilePart whole = {0, 0, {0, 0}, {0, 0}, call.size};
     ImageView dst(*call.dst);
     blurBlock(call, whole, &dst.header);
 }
 
 void blurToTiles(const BlurCall& call) {
-    eachBlock(*call.dst->tileInfo, call.to, call.size, [&](const Block& block) {
+    eachBlock(*call.dst->tileInfo, call.to, call.size, [&](const TilePart& block) {
         HeldTile tile(call.dst, TOV_TILE_WRITE);
         uint8_t* data = getTile(call, tile, block.col, block.row, kNoWrite);
         if (data == nullptr) return false;
@@ -201,11 +181,11 @@ void blurInPlaceTiles(const BlurCall& call) {
         noMemory(call);
         return;
     }
-    if (eachBlock(tiles, call.to, call.size, [&](const Block& block) { return ring.blur(block); })) ring.writeAll();
+    if (eachBlock(tiles, call.to, call.size, [&](const TilePart& block) { return ring.blur(block); })) ring.writeAll();
 }
 
 void blurFromTiles(const BlurCall& call) {
-    eachBlock(*call.src->tileInfo, call.from, call.size, [&](const Block& block) {
+    eachBlock(*call.src->tileInfo, call.from, call.size, [&](const TilePart& block) {
         ImageView dst(*call.dst);
         dst.place(call.to.x + block.offset.x, call.to.y + block.offset.y, block.size);
         return blurBlock(call, block, &dst.header);

@@ -33,6 +33,24 @@ void viewTile(ImageView& view, TovImage& image, uint8_t* tileData, Point inTile,
     view.place(inTile.x, inTile.y, size);
 }
 
+TilePart tilePart(const TovTileInfo& tiles, Point at, Size size, int32_t col, int32_t row) {
+    const auto along = [](int32_t tile, int32_t length, int32_t begin, int32_t whole, int32_t& offset,
+                          int32_t& inTile) {
+        const int64_t start = int64_t{tile} * length;
+        const int64_t first = start > begin ? start : begin;
+        const int64_t end = start + length < int64_t{begin} + whole ? start + length : int64_t{begin} + whole;
+        offset = static_cast<int32_t>(first - begin);
+        inTile = static_cast<int32_t>(first - start);
+        return static_cast<int32_t>(end - first);
+    };
+    TilePart part{};
+    part.col = col;
+    part.row = row;
+    part.size.width = along(col, tiles.width, at.x, size.width, part.offset.x, part.inTile.x);
+    part.size.height = along(row, tiles.height, at.y, size.height, part.offset.y, part.inTile.y);
+    return part;
+}
+
 uint8_t* HeldTile::get(int32_t col, int32_t row) {
     TovTileInfo* tiles = image_->tileInfo;
     tiles->callBack(image_, col, row, mode_);

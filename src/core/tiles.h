@@ -18,6 +18,17 @@ void shapeAsPlain(TovImage& header, Size size, int32_t rowBytes);
 // Makes a view of one tile of an image: plain, without mask, its region of the image's coi at a place in the tile.
 void viewTile(ImageView& view, TovImage& image, uint8_t* tileData, Point inTile, Size size);
 
+// The part of one tile that lies in a rectangle; offset is that from the rectangle's first pixel.
+struct TilePart {
+    int32_t col;
+    int32_t row;
+    Point offset;
+    Point inTile;
+    Size size;
+};
+// The part in tile (col, row) of the rectangle of `size` that begins at `at` in the image with these tiles.
+TilePart tilePart(const TovTileInfo& tiles, Point at, Size size, int32_t col, int32_t row);
+
 // One tile at a time of one image, asked for in one mode. A tile still held when the holder ends is released.
 class HeldTile {
 public:

@@ -8,15 +8,6 @@ namespace tov {
 
 namespace {
 
-// The part of one tile that lies in the destination's rectangle; offset is that from the rectangle's first pixel.
-struct Block {
-    int32_t col;
-    int32_t row;
-    Point offset;
-    Point inTile;
-    Size size;
-};
-
 class Walk {
 public:
     Walk(const Reporter& report, const MirrorArgs& args, Point from, Point to)
@@ -46,7 +37,7 @@ public:
             }
             // Inner lines are walked backwards, since that is the order of the source.
             for (int32_t j = nInner - 1; j >= 0; j--) {
-                const Block block = rowsOutside ? blockAt(span_.x1 + j, row) : blockAt(col, span_.y1 + j);
+                const TilePart block = rowsOutside ? blockAt(span_.x1 + j, row) : blockAt(col, span_.y1 + j);
                 if (!mirrorBlock(block)) return failed_;
             }
         }
@@ -54,21 +45,8 @@ public:
     }
 
 private:
-    Block blockAt(int32_t col, int32_t row) const {
-        const auto axis = [](int32_t tile, int32_t length, int32_t to, int32_t size, int32_t& offset, int32_t& inTile) {
-            const int64_t start = int64_t{tile} * length;
-            const int64_t begin = start > to ? start : to;
-            const int64_t end = start + length < int64_t{to} + size ? start + length : int64_t{to} + size;
-            offset = static_cast<int32_t>(begin - to);
-            inTile = static_cast<int32_t>(begin - start);
-            return static_cast<int32_t>(end - begin);
-        };
-        Block block{};
-        block.col = col;
-        block.row = row;
-        block.size.width = axis(col, tile_.width, to_.x, args_.size.width, block.offset.x, block.inTile.x);
-        block.size.height = axis(row, tile_.height, to_.y, args_.size.height, block.offset.y, block.inTile.y);
-        return block;
+    TilePart blockAt(int32_t col, int32_t row) const {
+        return tilePart(*args_.dst->tileInfo, to_, args_.size, col, row);
     }
 
     // Copies a part of the source's rectangle, from which blocks are then taken.
@@ -78,13 +56,13 @@ private:
         return kept_;
     }
     // The whole of the rectangle over a block's rows, or over its columns.
-    bool keepLine(const Block& block) {
+    bool keepLine(const TilePart& block) {
         if (args_.flipAxis == 1) return keep({0, block.offset.y}, {args_.size.width, block.size.height});
         return keep({block.offset.x, 0}, {block.size.width, args_.size.height});
     }
 
     // What lands in a block: its offset mirrored.
-    Point sourceOf(const Block& block) const {
+    Point sourceOf(const TilePart& block) const {
         const bool columns = args_.flipAxis != 0;
         const bool rows = args_.flipAxis != 1;
         return {columns ? args_.size.width - block.offset.x - block.size.width : block.offset.x,
@@ -112,7 +90,7 @@ private:
     }
 
     // False ends the walk; failed_ says whether that is without a temporary's failure.
-    bool mirrorBlock(const Block& block) {
+    bool mirrorBlock(const TilePart& block) {
         const Point at = sourceOf(block);
         ImageView source;
         ImageView sourceMask;
