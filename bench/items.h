@@ -82,6 +82,7 @@ private:
 // The families, each in its file.
 void addAlphaItems(Items& items);
 void addArithItems(Items& items);
+void addBlurItems(Items& items);
 void addMirrorItems(Items& items);
 void addMoveItems(Items& items);
 

@@ -68,6 +68,7 @@ int main(int argc, char** argv) {
     tovRedirectError(onError);
     bench::Items items;
     bench::addArithItems(items);
+    bench::addBlurItems(items);
     bench::addMirrorItems(items);
     bench::addMoveItems(items);
     bench::addAlphaItems(items);

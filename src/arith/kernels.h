@@ -1,6 +1,7 @@
 // The arithmetic kernels as fronts see them: what they are called with, and their tables by depth.
 #pragma once
 
+#include "core/bandwalk.h"
 #include "core/image.h"
 #include "tov.h"
 
@@ -17,6 +18,13 @@ struct BinaryArgs {
     int32_t coiOffsetDst;
     int32_t nChProcess;
     bool hasAlpha; // an image has an alpha channel
+
+    void place(const BandCell& cell) {
+        srcA = cell.sources[0];
+        srcB = cell.sources[1];
+        dst = cell.dst;
+        mask = cell.mask;
+    }
 };
 
 // What a kernel with one source and a value is called with. value is prepared: the low bits of the caller's value
@@ -30,6 +38,12 @@ struct UnaryArgs {
     int32_t coiOffsetDst;
     int32_t nChProcess;
     bool hasAlpha;
+
+    void place(const BandCell& cell) {
+        src = cell.sources[0];
+        dst = cell.dst;
+        mask = cell.mask;
+    }
 };
 
 // The two forms of a kernel; null where a depth has none.

@@ -7,26 +7,6 @@
 
 namespace tov {
 
-namespace {
-
-// What a band walk hands on to a kernel in each cell.
-struct CellKernel {
-    void (*run)(const BinaryArgs& args);
-    BinaryArgs args;
-};
-
-void runCell(const void* kernelArgs, const BandCell& cell) {
-    const auto& kernel = *static_cast<const CellKernel*>(kernelArgs);
-    BinaryArgs args = kernel.args;
-    args.srcA = cell.sources[0];
-    args.srcB = cell.sources[1];
-    args.dst = cell.dst;
-    args.mask = cell.mask;
-    kernel.run(args);
-}
-
-} // namespace
-
 bool maskIsUsable(const Reporter& report, int32_t maskState, int32_t line) {
     if (maskState == OWN_MASK_NO_MEMORY) report(TOV_STS_NO_MEMORY, "Out of memory", line);
     return maskState != OWN_MASK_NO_MEMORY && maskState != OWN_MASK_EMPTY;
@@ -64,7 +44,7 @@ void runBinary(const Reporter& report, const KernelPair<BinaryArgs>* kernels, To
     if (srcImageA->tileInfo == nullptr && srcImageB->tileInfo == nullptr && dstImage->tileInfo == nullptr) {
         return kernel(args);
     }
-    const CellKernel cellKernel = {kernel, args};
+    const CellKernel<BinaryArgs> cellKernel = {kernel, args};
     const BandWalk walk = {
         report,
         {srcImageA, srcImageB},
@@ -72,7 +52,7 @@ void runBinary(const Reporter& report, const KernelPair<BinaryArgs>* kernels, To
         mask.mask,
         {"(srcImageA->tileInfo->tileData == ((void*)(0)))", "(srcImageB->tileInfo->tileData == ((void*)(0)))"},
         kNoDstTile};
-    runBandWalk(walk, runCell, &cellKernel);
+    runBandWalk(walk, runCell<BinaryArgs>, &cellKernel);
 }
 
 } // namespace tov

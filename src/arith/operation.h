@@ -11,6 +11,20 @@ namespace tov {
 void runBinary(const Reporter& report, const KernelPair<BinaryArgs>* kernels, TovImage* srcImageA, TovImage* srcImageB,
                TovImage* dstImage);
 
+// What a band walk hands on to a kernel in each cell, where the images are the cell's views.
+template <class Args>
+struct CellKernel {
+    void (*run)(const Args& args);
+    Args args;
+};
+template <class Args>
+void runCell(const void* kernelArgs, const BandCell& cell) {
+    const auto& kernel = *static_cast<const CellKernel<Args>*>(kernelArgs);
+    Args args = kernel.args;
+    args.place(cell);
+    kernel.run(args);
+}
+
 // Reports what came of merging masks; false when the operation ends.
 bool maskIsUsable(const Reporter& report, int32_t maskState, int32_t line = __builtin_LINE());
 

@@ -12,21 +12,6 @@ namespace {
 
 constexpr Reporter report{"tovXorS", "tovxors"};
 
-// What a band walk hands on to a kernel in each cell.
-struct CellKernel {
-    void (*run)(const UnaryArgs& args);
-    UnaryArgs args;
-};
-
-void runCell(const void* kernelArgs, const BandCell& cell) {
-    const auto& kernel = *static_cast<const CellKernel*>(kernelArgs);
-    UnaryArgs args = kernel.args;
-    args.src = cell.sources[0];
-    args.dst = cell.dst;
-    args.mask = cell.mask;
-    kernel.run(args);
-}
-
 } // namespace
 
 void tovXorS(TovImage* srcImage, TovImage* dstImage, int32_t value) {
@@ -52,14 +37,14 @@ void tovXorS(TovImage* srcImage, TovImage* dstImage, int32_t value) {
         const bool flat = mask.mask == nullptr && ownSameLayout(*srcImage, *dstImage, hasAlpha);
         return flat ? ownXorFlat(args) : kernel(args);
     }
-    const CellKernel cellKernel = {kernel, args};
+    const CellKernel<UnaryArgs> cellKernel = {kernel, args};
     const BandWalk walk = {report,
                            {srcImage, nullptr},
                            dstImage,
                            mask.mask,
                            {"(srcImage->tileInfo->tileData == ((void*)(0)))", nullptr},
                            kNoDstTile};
-    runBandWalk(walk, runCell, &cellKernel);
+    runBandWalk(walk, runCell<UnaryArgs>, &cellKernel);
 }
 
 } // namespace tov

@@ -58,7 +58,7 @@ OWN_INLINE void turnRow(Sum* columns, const T* in, const T* out, ptrdiff_t count
 template <int32_t NSide, class Sum>
 OWN_INLINE void slide(const Sum* columns, ptrdiff_t reach, ptrdiff_t nSide, Sum* windows, ptrdiff_t count) {
     const ptrdiff_t n = NSide != 0 ? NSide : nSide;
-    constexpr ptrdiff_t most = NSide != 0 ? NSide : 1;
+    constexpr ptrdiff_t most = NSide + (NSide == 0 ? 1 : 0);
     for (ptrdiff_t first = 0; first < n; first += most) {
         Sum sums[most] = {};
         for (ptrdiff_t i = first; i < reach; i += n) {
@@ -87,8 +87,9 @@ template <class T, class Sum>
 OWN_INLINE void averageRow(const Average& average, const Sum* windows, T* results, ptrdiff_t count) {
     if (sizeof(Sum) == 4 && average.small()) {
         OWN_EACH
-        for (ptrdiff_t i = 0; i < count; i++)
+        for (ptrdiff_t i = 0; i < count; i++) {
             results[i] = static_cast<T>(average.ofSmall(static_cast<int32_t>(windows[i])));
+        }
         return;
     }
     for (ptrdiff_t i = 0; i < count; i++) results[i] = static_cast<T>(average.ofAny(windows[i]));
@@ -127,10 +128,10 @@ int64_t largestSum(const BlurArgs& args) {
     return largest * args.nCols * args.nRows;
 }
 
-OWN_KERNEL bool blur_8u(const BlurArgs& args, bool small) { return blurValues<uint8_t, int32_t>(args, small); }
-OWN_KERNEL bool blur_8s(const BlurArgs& args, bool small) { return blurValues<int8_t, int32_t>(args, small); }
-OWN_KERNEL bool blur_16u(const BlurArgs& args, bool small) { return blurValues<uint16_t, int32_t>(args, small); }
-OWN_KERNEL bool blur_16s(const BlurArgs& args, bool small) { return blurValues<int16_t, int32_t>(args, small); }
+OWN_KERNEL bool ownBlurSums_8u(const BlurArgs& args, bool small) { return blurValues<uint8_t, int32_t>(args, small); }
+OWN_KERNEL bool ownBlurSums_8s(const BlurArgs& args, bool small) { return blurValues<int8_t, int32_t>(args, small); }
+OWN_KERNEL bool ownBlurSums_16u(const BlurArgs& args, bool small) { return blurValues<uint16_t, int32_t>(args, small); }
+OWN_KERNEL bool ownBlurSums_16s(const BlurArgs& args, bool small) { return blurValues<int16_t, int32_t>(args, small); }
 
 template <class T>
 bool blurAnySize(const BlurArgs& args, bool (*kernel)(const BlurArgs& args, bool small)) {
@@ -138,10 +139,10 @@ bool blurAnySize(const BlurArgs& args, bool (*kernel)(const BlurArgs& args, bool
     return most <= INT32_MAX ? kernel(args, most < INT64_C(1) << 29) : blurValues<T, int64_t>(args, false);
 }
 
-bool ownBlur_8u(const BlurArgs& args) { return blurAnySize<uint8_t>(args, blur_8u); }
-bool ownBlur_8s(const BlurArgs& args) { return blurAnySize<int8_t>(args, blur_8s); }
-bool ownBlur_16u(const BlurArgs& args) { return blurAnySize<uint16_t>(args, blur_16u); }
-bool ownBlur_16s(const BlurArgs& args) { return blurAnySize<int16_t>(args, blur_16s); }
+bool ownBlur_8u(const BlurArgs& args) { return blurAnySize<uint8_t>(args, ownBlurSums_8u); }
+bool ownBlur_8s(const BlurArgs& args) { return blurAnySize<int8_t>(args, ownBlurSums_8s); }
+bool ownBlur_16u(const BlurArgs& args) { return blurAnySize<uint16_t>(args, ownBlurSums_16u); }
+bool ownBlur_16s(const BlurArgs& args) { return blurAnySize<int16_t>(args, ownBlurSums_16s); }
 
 // The bits of a row, one in each byte.
 void unpackBits(const uint8_t* row, uint8_t* bytes, ptrdiff_t count) {
