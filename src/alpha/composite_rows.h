@@ -7,7 +7,7 @@
 namespace tov {
 
 constexpr int32_t kOperators = 6;
-constexpr int32_t kPixelBlock = 256;
+constexpr int32_t kPixelBlock = 384;
 
 // Integer arithmetic on samples of type T, 8 or 16 bits unsigned. Rows of one call are the same or disjoint.
 //
