@@ -107,9 +107,9 @@ public:
 private:
     static Case makeCase(uint32_t depth, int32_t order) {
         Case c = alike(3, depth, 4, 256, 256);
-        for (ImageSpec& spec : c.images) {
-            spec.alpha = 4;
-            spec.order = order;
+        for (ImageForm& form : c.images) {
+            form.alpha = 4;
+            form.order = order;
         }
         return c;
     }
@@ -145,7 +145,7 @@ TEST(Composite, EveryPairOfAlphas) {
 void checkEveryColour(int32_t type, bool premultiplied, bool divides) {
     const Formula formula{type, premultiplied, divides, 255};
     Case c = alike(3, TOV_DEPTH_8U, 4, 256, 256);
-    for (ImageSpec& spec : c.images) spec.alpha = 4;
+    for (ImageForm& form : c.images) form.alpha = 4;
     Scene scene(c);
     uint8_t *A = scene[0]->imageData, *B = scene[1]->imageData, *dst = scene[2]->imageData;
     const bool hasOneColour = type == TOV_COMPOSITE_IN || type == TOV_COMPOSITE_OUT;

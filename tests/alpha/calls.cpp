@@ -9,7 +9,7 @@ namespace tovtest {
 namespace {
 
 void drawRoles(Case& c, Rng& rng) {
-    const auto shares = [](const ImageSpec& spec) { return spec.sharesWith >= 0; };
+    const auto shares = [](const ImageForm& form) { return form.sharesWith >= 0; };
     if (std::any_of(c.images.begin(), c.images.end(), shares)) return;
     c.images[roleDst].sameAs = rng.oneIn(3) ? c.resolve(rng.between(roleA, roleB)) : -1;
     for (int role : {roleAlphaA, roleAlphaB, roleAlphaDst}) {
@@ -17,44 +17,44 @@ void drawRoles(Case& c, Rng& rng) {
     }
 }
 
-void chooseChannel(ImageSpec& spec, int32_t coi) {
-    if (!spec.hasRoi && coi) {
-        spec.hasRoi = true;
-        spec.roi = {0, 0, 0, spec.width, spec.height};
+void chooseChannel(ImageForm& form, int32_t coi) {
+    if (!form.hasRoi && coi) {
+        form.hasRoi = true;
+        form.roi = {0, 0, 0, form.width, form.height};
     }
-    spec.roi.coi = coi;
+    form.roi.coi = coi;
 }
 
 void drawCompositeChannels(Case& c, bool whole, Rng& rng) {
     const bool chosen = !whole && rng.oneIn(4);
     const int32_t colours = whole ? 3 : chosen ? 1 : rng.pick({0, 1, 1, 2, 3, 3, 4});
     for (int role : {roleA, roleB, roleDst}) {
-        ImageSpec& spec = c.images[role];
-        if (spec.sameAs >= 0) continue;
-        spec.nChannels = chosen ? rng.between(1, 4) : colours;
-        chooseChannel(spec, chosen ? rng.between(1, spec.nChannels) : 0);
-        spec.alpha = whole || colours == 0 || rng.oneIn(2) ? ++spec.nChannels : 0;
+        ImageForm& form = c.images[role];
+        if (form.sameAs >= 0) continue;
+        form.nChannels = chosen ? rng.between(1, 4) : colours;
+        chooseChannel(form, chosen ? rng.between(1, form.nChannels) : 0);
+        form.alpha = whole || colours == 0 || rng.oneIn(2) ? ++form.nChannels : 0;
     }
     if (!CompositeValue(c.value).alphaA && c.at(roleA).alpha == 0) c.at(roleA).alpha = ++c.at(roleA).nChannels;
     for (int role : {roleAlphaA, roleAlphaB, roleAlphaDst}) {
-        ImageSpec& spec = c.images[role];
-        if (spec.sameAs >= 0) continue;
-        spec.nChannels = rng.between(1, 3);
-        chooseChannel(spec, spec.hasRoi ? rng.between(0, spec.nChannels) : 0);
-        spec.alpha = role == roleAlphaDst || rng.oneIn(2) ? spec.nChannels : 0;
+        ImageForm& form = c.images[role];
+        if (form.sameAs >= 0) continue;
+        form.nChannels = rng.between(1, 3);
+        chooseChannel(form, form.hasRoi ? rng.between(0, form.nChannels) : 0);
+        form.alpha = role == roleAlphaDst || rng.oneIn(2) ? form.nChannels : 0;
     }
     if (c.at(roleAlphaDst).alpha == 0) c.value %= 96;
 }
 
 // Rows of several blocks of the kernels.
 void widen(Case& c, Rng& rng) {
-    for (const ImageSpec& spec : c.images) {
-        if (spec.tileWidth || spec.mask >= 0 || spec.sharesWith >= 0) return;
+    for (const ImageForm& form : c.images) {
+        if (form.tileWidth || form.mask >= 0 || form.sharesWith >= 0) return;
     }
-    for (ImageSpec& spec : c.images) {
-        spec.width = rng.between(500, 1100);
-        spec.height = 2;
-        spec.roi = {spec.roi.coi, 0, 0, spec.width, 2};
+    for (ImageForm& form : c.images) {
+        form.width = rng.between(500, 1100);
+        form.height = 2;
+        form.roi = {form.roi.coi, 0, 0, form.width, 2};
     }
 }
 

@@ -19,12 +19,12 @@ using Rows = std::vector<Row>;
 // The bits of a case's value: arguments that a fault changes.
 enum Argument { noDst = 1, noFirst = 2, noSecond = 4, badType = 8, badPremul = 16, badDivide = 32 };
 
-void region(ImageSpec& spec, int32_t coi) {
-    spec.hasRoi = true;
-    spec.roi = {coi, 0, 0, spec.width, spec.height};
+void region(ImageForm& form, int32_t coi) {
+    form.hasRoi = true;
+    form.roi = {coi, 0, 0, form.width, form.height};
 }
 
-void onlyAlpha(ImageSpec& spec) { spec.nChannels = spec.alpha = 1; }
+void onlyAlpha(ImageForm& form) { form.nChannels = form.alpha = 1; }
 
 // Each fault alone, and each with every later one: the earlier wins.
 void expectInOrder(const Rows& rows, const std::function<Case()>& sound, const std::function<void(Scene&)>& call,
@@ -90,7 +90,7 @@ TEST(MultiplySScale, ChecksInOrder) {
          "!= 0))",
          [](Case& c) {
              c.images[0].nChannels = 2;
-             for (ImageSpec& spec : c.images) spec.roi.coi = 0;
+             for (ImageForm& form : c.images) form.roi.coi = 0;
          }},
         {-5, "(srcImage->nChannels - (srcImage->alphaChannel != 0)) != (dstImage->roi->coi > 0)",
          [](Case& c) {
@@ -114,11 +114,11 @@ Rows countRows(const char* name, int role) {
     return {{-5, keep(src + " != " + dst),
              [role](Case& c) {
                  c.images[role].nChannels = 2;
-                 for (ImageSpec& spec : c.images) spec.roi.coi = 0;
+                 for (ImageForm& form : c.images) form.roi.coi = 0;
              }},
             {-5, keep(src + " != (dstImage->roi->coi > 0)"),
              [role](Case& c) {
-                 for (ImageSpec& spec : c.images) region(spec, 1);
+                 for (ImageForm& form : c.images) region(form, 1);
                  c.images[role].roi.coi = 0;
              }},
             {-5, keep(dst + " != (srcImage" + name + "->roi->coi > 0)"), [role](Case& c) {
@@ -201,7 +201,7 @@ void callComposite(Scene& s) {
 
 Case soundComposite() {
     Case c = alike(6, TOV_DEPTH_8U, 4, 10, 5);
-    for (ImageSpec& spec : c.images) spec.alpha = 4;
+    for (ImageForm& form : c.images) form.alpha = 4;
     c.value = 64 + 128 + 256;
     return c;
 }
@@ -305,7 +305,7 @@ TEST(AlphaComposite, EarlierStatus) {
     expect(c, 0, true, {says(-1, "Bad masks for images")});
 
     Case tiles = soundComposite();
-    for (ImageSpec& spec : tiles.images) spec.tileWidth = spec.tileHeight = 16;
+    for (ImageForm& form : tiles.images) form.tileWidth = form.tileHeight = 16;
     expect(tiles, 1, true, {});
     tiles.images[roleB].tileWidth = 8; // tiles to gather
     expect(tiles, 1, false, {says(-1, "Internal tiling error")});
@@ -316,7 +316,7 @@ TEST(AlphaComposite, EarlierStatus) {
 TEST(AlphaComposite, TileRequestsKnownByHand) {
     Case c = soundComposite();
     c.value = 0;
-    for (ImageSpec& spec : c.images) spec.width = spec.height = 16;
+    for (ImageForm& form : c.images) form.width = form.height = 16;
     c.images[roleDst].tileWidth = c.images[roleDst].tileHeight = 16;
     c.images[roleB].tileWidth = c.images[roleB].tileHeight = 8;
     Scene scene(c);

@@ -159,10 +159,10 @@ TEST_P(ArithReports, EachTileFailsInTurn) {
 TEST_P(ArithReports, TileRowsBeyondTheFieldsAreNotAskedFor) {
     const ArithCall& call = GetParam();
     Case c = alike(3, TOV_DEPTH_8U, 3, 8, 8);
-    for (ImageSpec& spec : c.images) {
-        spec.tileWidth = spec.tileHeight = 8;
-        spec.hasRoi = true;
-        spec.roi = {1, 0, 0, 8, 8};
+    for (ImageForm& form : c.images) {
+        form.tileWidth = form.tileHeight = 8;
+        form.hasRoi = true;
+        form.roi = {1, 0, 0, 8, 8};
     }
     Scene scene(c);
     scene[1]->nChannels = 1 << 28;

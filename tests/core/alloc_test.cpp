@@ -86,27 +86,27 @@ TEST(AllocateImage, SizesAlignsAndFills) {
     ReportLog log;
     for (uint64_t number = 0; number < 500; ++number) {
         const Case c = drawCase(number, Family());
-        ImageSpec spec = c.images[0];
-        if (spec.depth == TOV_DEPTH_32F) continue;
-        spec.slack = spec.tileWidth = spec.tileHeight = 0;
+        ImageForm form = c.images[0];
+        if (form.depth == TOV_DEPTH_32F) continue;
+        form.slack = form.tileWidth = form.tileHeight = 0;
         TovImage* image =
-            create(arguments(spec.depth, spec.nChannels, spec.order, spec.align, spec.width, spec.height));
+            create(arguments(form.depth, form.nChannels, form.order, form.align, form.width, form.height));
         ASSERT_NE(image, nullptr) << c;
-        EXPECT_TRUE(image->widthStep == spec.rowStep() && image->imageSize == spec.dataSize()) << c;
+        EXPECT_TRUE(image->widthStep == form.rowStep() && image->imageSize == form.dataSize()) << c;
         image->widthStep = image->imageSize = 0;
         tovAllocateImage(image, static_cast<int32_t>(number % 3), c.value);
         ASSERT_NE(image->imageData, nullptr);
-        EXPECT_TRUE(image->widthStep == spec.rowStep() && image->imageSize == spec.dataSize()) << c;
-        EXPECT_EQ(reinterpret_cast<uintptr_t>(image->imageData) % spec.align, 0u);
+        EXPECT_TRUE(image->widthStep == form.rowStep() && image->imageSize == form.dataSize()) << c;
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(image->imageData) % form.align, 0u);
         EXPECT_TRUE(image->imageData >= image->imageDataOrigin &&
-                    image->imageData < image->imageDataOrigin + spec.align);
+                    image->imageData < image->imageDataOrigin + form.align);
         for (int32_t k = 0; number % 3 != 0 && k < image->imageSize; ++k) {
             uint8_t word[4], ones = (c.value & 1) ? 255 : 0;
             const auto low16 = static_cast<uint16_t>(c.value);
             std::memcpy(word, &c.value, 4);
-            if (spec.bits() == 16) std::memcpy(word, &low16, 2);
-            if (spec.bits() == 8) word[0] = static_cast<uint8_t>(c.value);
-            ASSERT_EQ(image->imageData[k], spec.bits() == 1 ? ones : word[k % (spec.bits() / 8)]) << c;
+            if (form.bits() == 16) std::memcpy(word, &low16, 2);
+            if (form.bits() == 8) word[0] = static_cast<uint8_t>(c.value);
+            ASSERT_EQ(image->imageData[k], form.bits() == 1 ? ones : word[k % (form.bits() / 8)]) << c;
         }
         tovDeallocate(image, TOV_IMAGE_DATA);
         EXPECT_TRUE(image->imageData == nullptr && image->imageDataOrigin == nullptr);

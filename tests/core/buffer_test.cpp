@@ -38,14 +38,14 @@ Window drawWindow(const TestImage& image, Rng& rng) {
     return window;
 }
 
-int32_t bufferStep(const ImageSpec& spec, int32_t width) {
-    return (spec.packedRow(width) + spec.align - 1) / spec.align * spec.align;
+int32_t bufferStep(const ImageForm& form, int32_t width) {
+    return (form.packedRow(width) + form.align - 1) / form.align * form.align;
 }
 
 uint32_t bufferBits(const TestImage& image, const uint8_t* buffer, int32_t step, const Window& window, int32_t i,
                     int32_t j, int c) {
-    const bool planes = image.spec.order == TOV_DATA_ORDER_PLANE;
-    const int32_t inRow = planes ? i : i * image.header.nChannels + c, bits = image.spec.bits();
+    const bool planes = image.form.order == TOV_DATA_ORDER_PLANE;
+    const int32_t inRow = planes ? i : i * image.header.nChannels + c, bits = image.form.bits();
     const int32_t row = planes ? c * window.height + j : j;
     return readBits(buffer + row * step + inRow * bits / 8, bits == 1 ? inRow % 8 : 0, image.header.depth);
 }
@@ -70,7 +70,7 @@ TEST(BorderedBuffer, ExtendsTheImageByItsBorderSettings) {
         ASSERT_EQ(scene.differences(untouched), "") << failing();
         ASSERT_NE(buffer, nullptr) << failing();
         ASSERT_EQ(reinterpret_cast<uintptr_t>(buffer) % 32, 0u);
-        ASSERT_EQ(step, bufferStep(image.spec, window.width)) << failing();
+        ASSERT_EQ(step, bufferStep(image.form, window.width)) << failing();
         for (int ch = 0; ch < image.header.nChannels; ++ch) {
             for (int32_t j = 0; j < window.height; ++j) {
                 for (int32_t i = 0; i < window.width; ++i) {
@@ -86,9 +86,9 @@ TEST(BorderedBuffer, ExtendsTheImageByItsBorderSettings) {
             const int side = y < 0 ? TOV_SIDE_TOP : TOV_SIDE_BOTTOM;
             if (image.header.borderMode[side] != TOV_BORDER_CONSTANT) continue;
             const uint32_t want = constantBits(image.header.borderConst[side], image.header.depth);
-            const int32_t values = step * 8 / image.spec.bits();
+            const int32_t values = step * 8 / image.form.bits();
             for (int32_t k = 0; k < values; ++k) {
-                const int32_t bit = k * image.spec.bits();
+                const int32_t bit = k * image.form.bits();
                 ASSERT_EQ(readBits(buffer + j * step + bit / 8, bit % 8, image.header.depth), want) << failing();
             }
         }
@@ -293,13 +293,13 @@ TEST(GatherRect, WalksInBothDirections) {
         const int32_t width = (from.x2 - from.x1) * dx + 1, height = (from.y2 - from.y1) * dy + 1;
         const tov::Point to{rng.between(0, 9), rng.between(0, 2)};
         const Window window{0, 0, to.x + width, to.y + height};
-        const bool planes = image.spec.order == TOV_DATA_ORDER_PLANE;
-        const int32_t step = bufferStep(image.spec, window.width), nPlanes = planes ? image.header.nChannels : 1;
+        const bool planes = image.form.order == TOV_DATA_ORDER_PLANE;
+        const int32_t step = bufferStep(image.form, window.width), nPlanes = planes ? image.header.nChannels : 1;
         const Block block(static_cast<std::size_t>(step) * window.height * nPlanes, c.fence);
         const bool bitwise = image.header.depth == TOV_DEPTH_1U;
         const uint8_t before = bitwise ? 0 : 0x5C;
         std::memset(block.data(), before, block.size());
-        const int32_t pixelBytes = bitwise ? 0 : image.spec.bits() / 8 * (planes ? 1 : image.header.nChannels);
+        const int32_t pixelBytes = bitwise ? 0 : image.form.bits() / 8 * (planes ? 1 : image.header.nChannels);
         int32_t result = -1;
         scene.run([&](Scene& s) {
             result =
@@ -314,7 +314,7 @@ TEST(GatherRect, WalksInBothDirections) {
                 for (int32_t i = 0; i < width; ++i) {
                     const Place place = placeOf(image, from.x1 + i * dx, from.y1 + j * dy, ch);
                     const int32_t inRow = planes ? to.x + i : (to.x + i) * image.header.nChannels + ch;
-                    const int32_t row = (planes ? ch * window.height : 0) + to.y + j, bits = image.spec.bits();
+                    const int32_t row = (planes ? ch * window.height : 0) + to.y + j, bits = image.form.bits();
                     writeBits(want.data() + row * step + inRow * bits / 8, bits == 1 ? inRow % 8 : 0,
                               image.header.depth, readBits(place.address, place.bit, image.header.depth));
                 }

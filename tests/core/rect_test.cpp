@@ -79,16 +79,16 @@ TEST(PlainAddress, AnImageThatIsNothingButAlphaHasNone) {
 }
 
 TEST(SameLayout, AsksForWholeImagesOfOneShape) {
-    const auto same = [](const std::function<void(ImageSpec&, ImageSpec&)>& change, bool hasAlpha = false) {
+    const auto same = [](const std::function<void(ImageForm&, ImageForm&)>& change, bool hasAlpha = false) {
         Case c = alike(2, TOV_DEPTH_8U, 3, 9, 7);
-        for (ImageSpec& spec : c.images) spec.roi = {0, 0, 0, 9, 7};
+        for (ImageForm& form : c.images) form.roi = {0, 0, 0, 9, 7};
         change(c.images[0], c.images[1]);
         const Scene scene(c);
         const bool result = tov::ownSameLayout(*scene[0], *scene[1], hasAlpha);
         EXPECT_EQ(tov::ownSameLayout(*scene[1], *scene[0], hasAlpha), result);
         return result;
     };
-    using Spec = ImageSpec;
+    using Spec = ImageForm;
     EXPECT_TRUE(same([](Spec& a, Spec&) { a.origin = 1; }));
     EXPECT_FALSE(same([](Spec&, Spec&) {}, true));
     EXPECT_FALSE(same([](Spec& a, Spec&) { a.align = 8, a.slack = -1, a.width = 8; }));

@@ -13,7 +13,7 @@ Sweep mirrorSweep() {
     sweep.family.depths = {TOV_DEPTH_1U, TOV_DEPTH_8U, TOV_DEPTH_8S, TOV_DEPTH_16U, TOV_DEPTH_16S, TOV_DEPTH_32S};
     sweep.family.overlaps = false;
     sweep.family.adjust = [](Case& c, Rng& rng) {
-        ImageSpec &src = c.images[0], &dst = c.at(1);
+        ImageForm &src = c.images[0], &dst = c.at(1);
         c.value = rng.between(-1, 1);
         if (rng.oneIn(8)) dst.order = 1 - src.order;
         if (c.images[1].sameAs == 0 && !rng.oneIn(8)) src.mask = -1;

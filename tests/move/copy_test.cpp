@@ -12,10 +12,10 @@ Sweep copySweep() {
     sweep.family.roles = 2;
     sweep.family.oneOrigin = true;
     sweep.family.adjust = [](Case& c, Rng& rng) {
-        ImageSpec &src = c.images[0], &dst = c.at(1);
+        ImageForm &src = c.images[0], &dst = c.at(1);
         if (src.nChannels == 1 && dst.nChannels == 1 && rng.oneIn(3)) dst.order = 1 - src.order; // no matter
-        for (ImageSpec& spec : c.images) {
-            if (spec.depth == TOV_DEPTH_32F) spec.fill = Fill::bytes; // bits are moved, whatever they mean
+        for (ImageForm& form : c.images) {
+            if (form.depth == TOV_DEPTH_32F) form.fill = Fill::bytes; // bits are moved, whatever they mean
         }
     };
     sweep.cases = 10000;
@@ -67,12 +67,12 @@ TEST(Copy, ReportsWhatDoesNotMatch) {
         EXPECT_EQ(tiled.reports, Reports{want});
         EXPECT_EQ(tiled.differences(Scene(c)), "");
     };
-    differing([](ImageSpec&, ImageSpec& b) { b.nChannels = 4; }, channels);
-    differing([](ImageSpec& a, ImageSpec&) { a.alpha = 3; }, channels);
-    differing([](ImageSpec& a, ImageSpec&) { a.hasRoi = true, a.roi = {1, 0, 0, 9, 9}; }, channels);
-    differing([](ImageSpec& a, ImageSpec&) { a.alpha = 2; }, copyReport(-18, "Incorrect Image"));
-    differing([](ImageSpec& a, ImageSpec& b) { b.align = 3, a.alpha = 2; }, copyReport(-18, "Incorrect Image"));
-    differing([](ImageSpec&, ImageSpec& b) { b.align = 3, b.origin = 1; }, copyReport(-21, "Incorrect Image"));
+    differing([](ImageForm&, ImageForm& b) { b.nChannels = 4; }, channels);
+    differing([](ImageForm& a, ImageForm&) { a.alpha = 3; }, channels);
+    differing([](ImageForm& a, ImageForm&) { a.hasRoi = true, a.roi = {1, 0, 0, 9, 9}; }, channels);
+    differing([](ImageForm& a, ImageForm&) { a.alpha = 2; }, copyReport(-18, "Incorrect Image"));
+    differing([](ImageForm& a, ImageForm& b) { b.align = 3, a.alpha = 2; }, copyReport(-18, "Incorrect Image"));
+    differing([](ImageForm&, ImageForm& b) { b.align = 3, b.origin = 1; }, copyReport(-21, "Incorrect Image"));
     expectRefusal(twoImages(), [](Scene& s) { tovCopy(nullptr, s[1]); }, {copyReport(-9, "Incorrect Image")});
     expectRefusal(twoImages(), [](Scene& s) { tovCopy(s[0], nullptr); }, {copyReport(-9, "Incorrect Image")});
 }
@@ -174,7 +174,7 @@ TEST(Copy, EachTileFailsInTurn) {
 // A 1-bit copy under a mask is made of other operations, and each of them reports its own tile.
 TEST(Copy, ComposedBitsReportEachLevel) {
     Case c = twoImages(1, TOV_DEPTH_1U);
-    for (ImageSpec& spec : c.images) spec.tileWidth = 24, spec.tileHeight = 16;
+    for (ImageForm& form : c.images) form.tileWidth = 24, form.tileHeight = 16;
     giveMask(c, 1);
     const Report tile{-5, "tovAnd", "(dstImage->tileInfo->tileData == ((void*)(0)))", "tovand"};
     const std::vector<Reports> wants = {

@@ -41,7 +41,7 @@ Unit unitAt(const TestImage& image, int32_t i, int32_t j) {
     const int32_t w = image.tiles.width, h = image.tiles.height;
     const int32_t col = (region.x + i) / w, row = (region.y + j) / h;
     return {col * w - region.x,    row * h - region.y, w, h, image.tileAt(col, row),
-            image.spec.dataSize(), image.header.align};
+            image.form.dataSize(), image.header.align};
 }
 
 // The images can be walked as vectors of whole units, row ends included.
@@ -100,7 +100,7 @@ void combine(Scene& scene, const std::vector<TestImage*>& sources, TestImage& ds
     // A constant reaches across a word as often as its width fits.
     const double wordConstant = [&] {
         const auto low = static_cast<uint32_t>(asBits(constant));
-        const int bits = dst.spec.bits();
+        const int bits = dst.form.bits();
         const uint32_t word = bits == 1    ? (low & 1) * 0xFFFFFFFFu
                               : bits == 8  ? (low & 0xFF) * 0x01010101u
                               : bits == 16 ? (low & 0xFFFF) * 0x10001u

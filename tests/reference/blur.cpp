@@ -103,7 +103,7 @@ void report(Scene& scene, TovStatus status, const char* context) {
 
 void blurImage(Scene& scene, TestImage& src, TestImage& dst, const Box& box) {
     const auto srcChannels = channelsOf(src), dstChannels = channelsOf(dst);
-    if (dst.spec.nChannels > 1 && src.spec.order != dst.spec.order) {
+    if (dst.form.nChannels > 1 && src.form.order != dst.form.order) {
         return report(scene, TOV_STS_BAD_ARG, "(srcImage->dataOrder!=dstImage->dataOrder)");
     }
     if (srcChannels.empty() || dstChannels.empty()) {
@@ -118,7 +118,7 @@ void blurImage(Scene& scene, TestImage& src, TestImage& dst, const Box& box) {
         scene.reports.push_back({-10, "tovCreateImageHeader", "Incorrect data-ins", "tovalloc"});
         return report(scene, TOV_STS_NO_MEMORY, "Allocation failure");
     }
-    if (src.mask && !dst.mask && src.mask->spec.origin != src.spec.origin) { // its copy has the origin of the image
+    if (src.mask && !dst.mask && src.mask->form.origin != src.form.origin) { // its copy has the origin of the image
         scene.reports.push_back({-5, "tovCopy", "srcImage->origin != dstImage->origin", "tovsce"});
         scene.status = -5;
         return;

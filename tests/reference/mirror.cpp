@@ -54,13 +54,13 @@ void logWalk(Scene& scene, TestImage& src, TestImage& dst, int32_t width, int32_
 
 void mirrorImage(Scene& scene, TestImage& src, TestImage& dst, int32_t axis) {
     const auto srcChannels = channelsOf(src), dstChannels = channelsOf(dst);
-    const bool bits = src.spec.depth == TOV_DEPTH_1U;
+    const bool bits = src.form.depth == TOV_DEPTH_1U;
     if (refuse(scene, &src == &dst && src.mask, "(srcImage==dstImage && srcImage->maskROI != ((void *)0))")) return;
-    if (refuse(scene, bits && src.spec.alpha, "(srcImage->depth==1 && srcImage->alphaChannel!=0)")) return;
-    if (refuse(scene, bits && dst.spec.alpha, "(dstImage->depth==1 && dstImage->alphaChannel!=0)")) return;
+    if (refuse(scene, bits && src.form.alpha, "(srcImage->depth==1 && srcImage->alphaChannel!=0)")) return;
+    if (refuse(scene, bits && dst.form.alpha, "(dstImage->depth==1 && dstImage->alphaChannel!=0)")) return;
     if (refuse(scene, srcChannels.size() != dstChannels.size(), "(nChannelsSrc != nChannelsDst)")) return;
-    const bool oneChannel = src.spec.nChannels == 1 && dst.spec.nChannels == 1;
-    if (refuse(scene, !oneChannel && src.spec.order != dst.spec.order, "(srcImage->dataOrder!=dstImage->dataOrder)")) {
+    const bool oneChannel = src.form.nChannels == 1 && dst.form.nChannels == 1;
+    if (refuse(scene, !oneChannel && src.form.order != dst.form.order, "(srcImage->dataOrder!=dstImage->dataOrder)")) {
         return;
     }
     const Area from = regionOf(src), to = regionOf(dst);

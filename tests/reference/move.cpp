@@ -54,10 +54,10 @@ void copyMaskedBits(Scene& scene, TestImage& src, TestImage& dst, const Common& 
     const TestImage& mask = dst.mask ? *dst.mask : *src.mask;
     Case c;
     c.images.resize(1);
-    c.images[0] = mask.spec;
+    c.images[0] = mask.form;
     c.images[0].width = common.width;
     c.images[0].height = common.height;
-    c.images[0].align = dst.mask && src.mask && dst.mask != src.mask ? 4 : mask.spec.align; // merged masks have 4
+    c.images[0].align = dst.mask && src.mask && dst.mask != src.mask ? 4 : mask.form.align; // merged masks have 4
     c.images[0].slack = 0;
     c.images[0].hasRoi = false;
     c.images[0].fill = Fill::zeros;
@@ -95,7 +95,7 @@ void copyImage(Scene& scene, TestImage& src, TestImage& dst) {
     const auto whole = [&](const TestImage& i) { return channelsOf(i).size() == std::size_t(i.header.nChannels); };
     const bool runs = planes || (src.header.nChannels == dst.header.nChannels && whole(src) && whole(dst));
     if (!tiled && !common.masked() && depth != TOV_DEPTH_1U && runs) {
-        const std::size_t pixel = static_cast<std::size_t>(src.spec.bits() / 8) * (planes ? 1 : count);
+        const std::size_t pixel = static_cast<std::size_t>(src.form.bits() / 8) * (planes ? 1 : count);
         for (std::size_t c = 0; c < (planes ? count : 1); ++c) {
             for (int32_t j = 0; j < common.height; ++j) {
                 copyBytes(placeOf(src, from.x, from.y + j, srcChannels[c]).address,

@@ -88,12 +88,12 @@ Place placeOf(const TestImage& image, int32_t x, int32_t y, int c) {
     int32_t step = image.header.widthStep, height = image.header.height;
     if (image.tiled()) {
         start = image.tileAt(x / image.tiles.width, y / image.tiles.height);
-        step = image.spec.rowStep();
+        step = image.form.rowStep();
         height = image.tiles.height;
         x %= image.tiles.width;
         y %= image.tiles.height;
     }
-    const int32_t bits = image.spec.bits();
+    const int32_t bits = image.form.bits();
     const int32_t inRow = image.header.dataOrder == TOV_DATA_ORDER_PLANE ? x : x * image.header.nChannels + c;
     const int32_t plane = image.header.dataOrder == TOV_DATA_ORDER_PLANE ? c : 0;
     return {start + (plane * height + y) * step + inRow * bits / 8, bits == 1 ? inRow % 8 : 0};

@@ -18,21 +18,21 @@ const char* depthName(uint32_t depth) {
     }
 }
 
-void drawRoi(ImageSpec& spec, Rng& rng) {
-    spec.hasRoi = true;
-    TovROI& roi = spec.roi;
-    roi = {0, 0, 0, spec.width, spec.height};
+void drawRoi(ImageForm& form, Rng& rng) {
+    form.hasRoi = true;
+    TovROI& roi = form.roi;
+    roi = {0, 0, 0, form.width, form.height};
     if (rng.oneIn(4)) { // the whole image, or more
         if (rng.oneIn(2)) roi.width += rng.between(0, 9);
         if (rng.oneIn(2)) roi.height += rng.between(0, 9);
         return;
     }
-    roi.xOffset = rng.between(0, rng.oneIn(2) ? std::min(9, spec.width - 1) : spec.width - 1);
-    roi.yOffset = rng.between(0, std::min(5, spec.height - 1));
-    roi.width = rng.oneIn(3) ? spec.width - roi.xOffset : rng.between(1, spec.width + 4);
-    roi.height = rng.oneIn(2) ? spec.height : rng.between(1, spec.height + 2);
-    if (rng.oneIn(40)) roi.xOffset = spec.width + rng.between(0, 40);
-    if (rng.oneIn(40)) roi.yOffset = spec.height + rng.between(0, 40);
+    roi.xOffset = rng.between(0, rng.oneIn(2) ? std::min(9, form.width - 1) : form.width - 1);
+    roi.yOffset = rng.between(0, std::min(5, form.height - 1));
+    roi.width = rng.oneIn(3) ? form.width - roi.xOffset : rng.between(1, form.width + 4);
+    roi.height = rng.oneIn(2) ? form.height : rng.between(1, form.height + 2);
+    if (rng.oneIn(40)) roi.xOffset = form.width + rng.between(0, 40);
+    if (rng.oneIn(40)) roi.yOffset = form.height + rng.between(0, 40);
 }
 
 // Channels of interest, alpha and numbers of channels such that every role contributes the same number.
@@ -40,21 +40,21 @@ void drawChannels(Case& c, int roles, uint32_t depth, Rng& rng) {
     const int32_t order = rng.between(0, 1);
     const int32_t processed = rng.between(1, 4);
     for (int i = 0; i < roles; ++i) {
-        ImageSpec& spec = c.images[i];
-        spec.depth = depth;
-        spec.order = depth == TOV_DEPTH_1U ? rng.between(0, 1) : order;
+        ImageForm& form = c.images[i];
+        form.depth = depth;
+        form.order = depth == TOV_DEPTH_1U ? rng.between(0, 1) : order;
         if (depth == TOV_DEPTH_1U) {
-            if (spec.hasRoi) spec.roi.coi = rng.between(0, 1);
+            if (form.hasRoi) form.roi.coi = rng.between(0, 1);
             continue;
         }
         if (processed == 1 && rng.oneIn(2)) {
-            spec.nChannels = rng.between(1, 4);
-            if (!spec.hasRoi) drawRoi(spec, rng);
-            spec.roi.coi = rng.between(1, spec.nChannels);
-            if (rng.oneIn(4)) spec.alpha = spec.nChannels;
+            form.nChannels = rng.between(1, 4);
+            if (!form.hasRoi) drawRoi(form, rng);
+            form.roi.coi = rng.between(1, form.nChannels);
+            if (rng.oneIn(4)) form.alpha = form.nChannels;
         } else {
-            spec.nChannels = processed;
-            if (rng.oneIn(4)) spec.alpha = ++spec.nChannels;
+            form.nChannels = processed;
+            if (rng.oneIn(4)) form.alpha = ++form.nChannels;
         }
     }
 }
@@ -64,26 +64,26 @@ void drawTiles(Case& c, int roles, bool alike, Rng& rng) {
     const bool oneGrid = alike || rng.oneIn(3);
     const bool all = rng.oneIn(2);
     for (int i = 0; i < roles; ++i) {
-        ImageSpec& spec = c.images[i];
+        ImageForm& form = c.images[i];
         if (alike) { // whole tiles, so that views take flat runs
-            spec.width = std::max(width, spec.width / width * width);
-            spec.height = std::max(height, spec.height / height * height);
-            if (spec.hasRoi) spec.roi = {spec.roi.coi, 0, 0, spec.width, spec.height};
+            form.width = std::max(width, form.width / width * width);
+            form.height = std::max(height, form.height / height * height);
+            if (form.hasRoi) form.roi = {form.roi.coi, 0, 0, form.width, form.height};
         }
         if (!all && rng.oneIn(2)) continue;
-        spec.tileWidth = oneGrid ? width : rng.pick({8, 8, 16, 24, 32});
-        spec.tileHeight = oneGrid ? height : rng.pick({8, 8, 16, 24});
-        spec.slack = 0;
+        form.tileWidth = oneGrid ? width : rng.pick({8, 8, 16, 24, 32});
+        form.tileHeight = oneGrid ? height : rng.pick({8, 8, 16, 24});
+        form.slack = 0;
     }
 }
 
 // The destination gets a header of its own over a source's memory. Values are processed one after the other, which
 // tells the result; bits are so only from row to row.
 void drawOverlap(Case& c, int source, int dst, Rng& rng) {
-    ImageSpec& from = c.images[source];
-    ImageSpec& to = c.images[dst];
+    ImageForm& from = c.images[source];
+    ImageForm& to = c.images[dst];
     if (from.depth == TOV_DEPTH_1U || rng.oneIn(2)) {
-        const ImageSpec before = to;
+        const ImageForm before = to;
         to = from;
         to.hasRoi = before.hasRoi && from.hasRoi;
         if (from.depth != TOV_DEPTH_1U && before.hasRoi && before.roi.coi == 0 && from.roi.coi == 0) {
@@ -109,29 +109,29 @@ void drawOverlap(Case& c, int source, int dst, Rng& rng) {
 
 } // namespace
 
-int32_t ImageSpec::packedRow(int32_t pixels) const {
+int32_t ImageForm::packedRow(int32_t pixels) const {
     return (pixels * (order == TOV_DATA_ORDER_PIXEL ? nChannels : 1) * bits() + 7) / 8;
 }
 
-int32_t ImageSpec::rowStep() const {
+int32_t ImageForm::rowStep() const {
     const int32_t packed = packedRow(tileWidth ? tileWidth : width);
     return slack < 0 ? packed : (packed + align - 1) / align * align + slack;
 }
 
-void drawGeometry(ImageSpec& spec, Rng& rng) {
-    spec.width = rng.oneIn(4)   ? rng.pick({31, 32, 33, 63, 64, 65, 96, 127, 128, 129, 130})
+void drawGeometry(ImageForm& form, Rng& rng) {
+    form.width = rng.oneIn(4)   ? rng.pick({31, 32, 33, 63, 64, 65, 96, 127, 128, 129, 130})
                  : rng.oneIn(4) ? rng.between(1, 8)
                                 : rng.between(1, 40);
-    spec.height = rng.oneIn(6) ? rng.between(1, 40) : rng.between(1, 12);
-    spec.align = rng.pick({4, 8, 16, 32});
-    spec.slack = rng.oneIn(5) ? -1 : rng.oneIn(5) ? spec.align * rng.between(1, 2) : 0;
-    spec.origin = rng.between(0, 1);
-    if (rng.oneIn(2)) drawRoi(spec, rng);
+    form.height = rng.oneIn(6) ? rng.between(1, 40) : rng.between(1, 12);
+    form.align = rng.pick({4, 8, 16, 32});
+    form.slack = rng.oneIn(5) ? -1 : rng.oneIn(5) ? form.align * rng.between(1, 2) : 0;
+    form.origin = rng.between(0, 1);
+    if (rng.oneIn(2)) drawRoi(form, rng);
 }
 
 int addMask(Case& c, int owner, Rng& rng) {
-    const ImageSpec& image = c.images[owner];
-    ImageSpec mask;
+    const ImageForm& image = c.images[owner];
+    ImageForm mask;
     drawGeometry(mask, rng);
     mask.depth = TOV_DEPTH_1U;
     mask.order = rng.between(0, 1);
@@ -159,18 +159,18 @@ Case drawCase(uint64_t number, const Family& family) {
 
     const bool alike = rng.oneIn(3);
     for (int i = 0; i < family.roles; ++i) {
-        ImageSpec& spec = c.images[i];
+        ImageForm& form = c.images[i];
         if (i == 0 || !alike) {
-            drawGeometry(spec, rng);
+            drawGeometry(form, rng);
         } else {
-            spec = c.images[0];
+            form = c.images[0];
         }
-        if (alike && spec.hasRoi && rng.oneIn(2)) {
-            spec.hasRoi = rng.oneIn(2);
-            spec.roi = {0, 0, 0, spec.width, spec.height + rng.between(0, 3)};
+        if (alike && form.hasRoi && rng.oneIn(2)) {
+            form.hasRoi = rng.oneIn(2);
+            form.roi = {0, 0, 0, form.width, form.height + rng.between(0, 3)};
         }
-        if (alike && rng.oneIn(8)) spec.align = rng.pick({4, 8, 16, 32}); // which alone forbids a flat run
-        if (family.oneOrigin) spec.origin = c.images[0].origin;
+        if (alike && rng.oneIn(8)) form.align = rng.pick({4, 8, 16, 32}); // which alone forbids a flat run
+        if (family.oneOrigin) form.origin = c.images[0].origin;
     }
     drawChannels(c, family.roles, depth, rng);
     const bool tiled = rng.oneIn(3);
@@ -187,10 +187,10 @@ Case drawCase(uint64_t number, const Family& family) {
         const int mask = earlier >= 0 && rng.oneIn(4) ? earlier : addMask(c, i, rng);
         c.images[i].mask = mask;
     }
-    for (ImageSpec& spec : c.images) {
+    for (ImageForm& form : c.images) {
         for (int side = 0; side < 4; ++side) {
-            spec.borderMode[side] = rng.between(0, 3);
-            spec.borderConst[side] = rng.pick({0, 1, 255, -1, rng.between(-70000, 70000)});
+            form.borderMode[side] = rng.between(0, 3);
+            form.borderConst[side] = rng.pick({0, 1, 255, -1, rng.between(-70000, 70000)});
         }
     }
     c.value = rng.pick({0,
@@ -220,17 +220,17 @@ Case drawCase(uint64_t number, const Family& family) {
 Case alike(int roles, uint32_t depth, int32_t nChannels, int32_t width, int32_t height) {
     Case c;
     c.images.resize(roles);
-    for (ImageSpec& spec : c.images) {
-        spec.depth = depth;
-        spec.nChannels = nChannels;
-        spec.width = width;
-        spec.height = height;
+    for (ImageForm& form : c.images) {
+        form.depth = depth;
+        form.nChannels = nChannels;
+        form.width = width;
+        form.height = height;
     }
     return c;
 }
 
 int giveMask(Case& c, int role) {
-    ImageSpec mask;
+    ImageForm mask;
     mask.depth = TOV_DEPTH_1U;
     mask.width = c.images[role].width;
     mask.height = c.images[role].height;
@@ -238,7 +238,7 @@ int giveMask(Case& c, int role) {
     return c.images[role].mask = static_cast<int>(c.images.size()) - 1;
 }
 
-std::ostream& operator<<(std::ostream& out, const ImageSpec& s) {
+std::ostream& operator<<(std::ostream& out, const ImageForm& s) {
     if (s.sameAs >= 0) return out << "the header of image " << s.sameAs;
     out << depthName(s.depth) << " " << s.width << "x" << s.height << " channels " << s.nChannels;
     if (s.alpha) out << " (alpha)";

@@ -14,7 +14,7 @@ namespace tovtest {
 
 enum class Fill { values, bytes, zeros, ones, runs }; // values: weighted to limits; runs: long runs of equal bits
 
-struct ImageSpec {
+struct ImageForm {
     uint32_t depth = TOV_DEPTH_8U;
     int32_t nChannels = 1, alpha = 0, order = TOV_DATA_ORDER_PIXEL, origin = TOV_ORIGIN_TL, align = 4;
     int32_t width = 1, height = 1;
@@ -39,15 +39,15 @@ struct ImageSpec {
 struct Case {
     uint64_t number = 0;
     Fence fence = Fence::end;
-    std::vector<ImageSpec> images; // the roles in order, then the masks
+    std::vector<ImageForm> images; // the roles in order, then the masks
     int32_t value = 0;             // for operations that take one
 
     // The image that plays a role.
-    ImageSpec& at(int role) { return images[resolve(role)]; }
-    const ImageSpec& at(int role) const { return images[resolve(role)]; }
+    ImageForm& at(int role) { return images[resolve(role)]; }
+    const ImageForm& at(int role) const { return images[resolve(role)]; }
     int resolve(int role) const { return images[role].sameAs < 0 ? role : images[role].sameAs; }
 };
-std::ostream& operator<<(std::ostream& out, const ImageSpec& spec);
+std::ostream& operator<<(std::ostream& out, const ImageForm& form);
 std::ostream& operator<<(std::ostream& out, const Case& c);
 
 // What a family of operations takes. Roles are in the order of arguments, the destination last.
@@ -61,7 +61,7 @@ struct Family {
 };
 
 Case drawCase(uint64_t number, const Family& family);
-void drawGeometry(ImageSpec& spec, Rng& rng);
+void drawGeometry(ImageForm& form, Rng& rng);
 // Adds a 1-bit image that suits the region of an image, and returns its index.
 int addMask(Case& c, int owner, Rng& rng);
 

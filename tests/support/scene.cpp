@@ -1,4 +1,4 @@
-// Building images from their specification, serving their tiles, and comparing two scenes.
+// Building images from their forms, serving their tiles, and comparing two scenes.
 #include "support/scene.h"
 
 #include <algorithm>
@@ -72,30 +72,30 @@ void fillBlock(const Block& block, uint32_t depth, Fill fill, Rng& rng) {
 }
 
 std::shared_ptr<Store> makeStore(const Case& c, int index) {
-    const ImageSpec& spec = c.images[index];
+    const ImageForm& form = c.images[index];
     auto store = std::make_shared<Store>();
-    store->depth = spec.depth;
-    std::size_t count = 1, size = static_cast<std::size_t>(spec.dataSize());
-    if (spec.tileWidth) {
-        count = static_cast<std::size_t>((spec.width + spec.tileWidth - 1) / spec.tileWidth) *
-                static_cast<std::size_t>((spec.height + spec.tileHeight - 1) / spec.tileHeight);
+    store->depth = form.depth;
+    std::size_t count = 1, size = static_cast<std::size_t>(form.dataSize());
+    if (form.tileWidth) {
+        count = static_cast<std::size_t>((form.width + form.tileWidth - 1) / form.tileWidth) *
+                static_cast<std::size_t>((form.height + form.tileHeight - 1) / form.tileHeight);
     }
-    for (const ImageSpec& other : c.images) {
+    for (const ImageForm& other : c.images) {
         if (other.sharesWith == index) size = std::max(size, static_cast<std::size_t>(other.shift + other.dataSize()));
     }
     Rng rng(c.number * 131 + static_cast<uint64_t>(index) + 7);
     for (std::size_t i = 0; i < count; ++i) {
         store->blocks.emplace_back(size, c.fence);
-        fillBlock(store->blocks.back(), spec.depth, spec.fill, rng);
+        fillBlock(store->blocks.back(), form.depth, form.fill, rng);
     }
-    store->tiles.resize(spec.tileWidth ? count : 0);
+    store->tiles.resize(form.tileWidth ? count : 0);
     return store;
 }
 
 } // namespace
 
-TestImage::TestImage(Scene& owner, int number, const ImageSpec& s, std::shared_ptr<Store> pixels)
-    : scene(owner), index(number), spec(s), store(std::move(pixels)) {
+TestImage::TestImage(Scene& owner, int number, const ImageForm& s, std::shared_ptr<Store> pixels)
+    : scene(owner), index(number), form(s), store(std::move(pixels)) {
     header.headerSize = sizeof(TovImage);
     header.nChannels = s.nChannels;
     header.alphaChannel = s.alpha;
@@ -186,7 +186,7 @@ void TileServer::protect(TestImage& image, int32_t x, int32_t y) const {
 void TileServer::setStrict(const Scene& scene, bool on) {
     strict = on;
     for (const auto& image : scene.images) {
-        if (!image || image->store->tiles.empty() || image->spec.sharesWith >= 0) continue;
+        if (!image || image->store->tiles.empty() || image->form.sharesWith >= 0) continue;
         for (const Block& block : image->store->blocks) block.allow(on ? Access::none : Access::write);
     }
 }
@@ -195,16 +195,16 @@ Scene::Scene(const Case& c) : of(c), images(c.images.size()) {
     const auto storeOf = [&](int i) { return images[i] ? images[i]->store : makeStore(c, i); };
     for (int pass = 0; pass < 2; ++pass) { // owners of memory first
         for (int i = 0; i < static_cast<int>(c.images.size()); ++i) {
-            const ImageSpec& spec = c.images[i];
-            if (spec.sameAs >= 0 || (spec.sharesWith >= 0) != (pass == 1)) continue;
-            auto store = storeOf(spec.sharesWith >= 0 ? spec.sharesWith : i);
-            images[i] = std::make_unique<TestImage>(*this, i, spec, std::move(store));
+            const ImageForm& form = c.images[i];
+            if (form.sameAs >= 0 || (form.sharesWith >= 0) != (pass == 1)) continue;
+            auto store = storeOf(form.sharesWith >= 0 ? form.sharesWith : i);
+            images[i] = std::make_unique<TestImage>(*this, i, form, std::move(store));
         }
     }
     for (auto& image : images) {
         if (!image) continue;
-        if (image->spec.mask >= 0) {
-            image->mask = images[image->spec.mask].get();
+        if (image->form.mask >= 0) {
+            image->mask = images[image->form.mask].get();
             image->header.maskROI = &image->mask->header;
         }
         image->remember();

@@ -27,11 +27,11 @@ class Scene;
 
 class TestImage {
 public:
-    TestImage(Scene& owner, int index, const ImageSpec& spec, std::shared_ptr<Store> store);
+    TestImage(Scene& owner, int index, const ImageForm& form, std::shared_ptr<Store> store);
 
     int tileCols() const { return (header.width + tiles.width - 1) / tiles.width; }
     int tileRows() const { return (header.height + tiles.height - 1) / tiles.height; }
-    bool tiled() const { return spec.tileWidth > 0; }
+    bool tiled() const { return form.tileWidth > 0; }
     // The first byte of a tile, without asking the server.
     uint8_t* tileAt(int col, int row) const { return store->blocks[row * tileCols() + col].data(); }
     // What a call has changed in the records, or an empty text.
@@ -39,7 +39,7 @@ public:
 
     Scene& scene;
     const int index;
-    const ImageSpec spec;
+    const ImageForm form;
     TovImage header{};
     TovROI roi{};
     TovTileInfo tiles{};

@@ -68,8 +68,8 @@ std::string compareCase(const Case& c, const Sweep& sweep, std::map<std::string,
     }
     if (notes) {
         for (const auto& note : expected.notes) ++(*notes)[note.first];
-        for (const ImageSpec& spec : c.images) {
-            if (spec.sharesWith >= 0) ++(*notes)["overlap"];
+        for (const ImageForm& form : c.images) {
+            if (form.sharesWith >= 0) ++(*notes)["overlap"];
         }
     }
     return text;
@@ -112,7 +112,7 @@ void failEachTile(const Case& c, const Sweep& sweep, bool bands,
                 EXPECT_TRUE(is.guardIntact());
                 for (std::size_t k = 0; k < is.size(); ++k) {
                     const uint8_t byte = is.data()[k];
-                    const bool bits = scene.images[i]->spec.depth == TOV_DEPTH_1U;
+                    const bool bits = scene.images[i]->form.depth == TOV_DEPTH_1U;
                     ASSERT_TRUE(bits ? ((byte ^ early[k]) & (byte ^ late[k])) == 0
                                      : byte == early[k] || byte == late[k])
                         << c << "\nimage " << i << ", byte " << k;

@@ -59,15 +59,15 @@ Sweep twistSweep() {
     sweep.family.adjust = [](Case& c, Rng& rng) {
         const bool whole = rng.oneIn(3);
         for (int role : {0, 1}) {
-            ImageSpec& spec = c.images[role];
-            spec.nChannels = whole ? 4 : rng.pick({3, 3, 4, 4, 5});
-            spec.alpha = spec.nChannels > 3 && rng.oneIn(2) ? spec.nChannels : 0;
-            spec.roi.coi = spec.hasRoi ? rng.between(0, 3) : 0; // no matter
-            if (spec.mask >= 0) c.images[spec.mask].origin = spec.origin;
-            if (spec.mask < 0 && !spec.tileWidth && spec.sharesWith < 0 && rng.oneIn(10)) {
-                spec.width = rng.between(250, 800); // rows of several blocks
-                spec.height = 2;
-                spec.roi = {spec.roi.coi, 0, 0, spec.width, 2};
+            ImageForm& form = c.images[role];
+            form.nChannels = whole ? 4 : rng.pick({3, 3, 4, 4, 5});
+            form.alpha = form.nChannels > 3 && rng.oneIn(2) ? form.nChannels : 0;
+            form.roi.coi = form.hasRoi ? rng.between(0, 3) : 0; // no matter
+            if (form.mask >= 0) c.images[form.mask].origin = form.origin;
+            if (form.mask < 0 && !form.tileWidth && form.sharesWith < 0 && rng.oneIn(10)) {
+                form.width = rng.between(250, 800); // rows of several blocks
+                form.height = 2;
+                form.roi = {form.roi.coi, 0, 0, form.width, 2};
             }
         }
     };
@@ -279,7 +279,7 @@ TEST(Twist, EarlierStatus) {
 
     const int w = TOV_TILE_WRITE, r = TOV_TILE_READ, x = TOV_TILE_RELEASE;
     using Log = std::vector<TileEvent>;
-    for (ImageSpec& spec : c.images) spec.tileWidth = 8, spec.tileHeight = 16;
+    for (ImageForm& form : c.images) form.tileWidth = 8, form.tileHeight = 16;
     EXPECT_EQ(run(c)->server.log, (Log{{1, 0, 0, w}, {0, 0, 0, r}, {1, 0, 0, x}, {0, 0, 0, x}}));
     c.images[1].sameAs = 0; // the first tile is not looked behind, the second is
     EXPECT_EQ(run(c)->server.log, (Log{{0, 0, 0, w}, {0, 0, 0, x}, {0, 1, 0, w}, {0, 1, 0, x}}));
