@@ -2,6 +2,7 @@
 #include "support/reports.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 namespace {
@@ -19,7 +20,10 @@ void* __real_malloc(std::size_t size);
 void* __wrap_malloc(std::size_t size);
 void* __wrap_malloc(std::size_t size) {
     if (mallocWatched && ++mallocCount == mallocFailAt) return nullptr;
-    return __real_malloc(size);
+    void* block = __real_malloc(size);
+    // Blocks are often clear by chance, which would hide that they are read before they are written.
+    if (mallocWatched && block) std::memset(block, 0xA5, size);
+    return block;
 }
 }
 
