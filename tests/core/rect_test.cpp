@@ -88,18 +88,18 @@ TEST(SameLayout, AsksForWholeImagesOfOneShape) {
         EXPECT_EQ(tov::ownSameLayout(*scene[1], *scene[0], hasAlpha), result);
         return result;
     };
-    using Spec = ImageForm;
-    EXPECT_TRUE(same([](Spec& a, Spec&) { a.origin = 1; }));
-    EXPECT_FALSE(same([](Spec&, Spec&) {}, true));
-    EXPECT_FALSE(same([](Spec& a, Spec&) { a.align = 8, a.slack = -1, a.width = 8; }));
-    EXPECT_FALSE(same([](Spec& a, Spec& b) { a.align = 8, a.width = b.width = 8; })); // alignment alone
-    EXPECT_FALSE(same([](Spec& a, Spec&) { a.slack = 4; }));                          // size alone
-    EXPECT_FALSE(same([](Spec& a, Spec& b) { a.width = 10, a.slack = 0, b.width = 9; }));
-    EXPECT_FALSE(same([](Spec& a, Spec& b) { a.height = 14, b.nChannels = 6; }));
-    EXPECT_TRUE(same([](Spec& a, Spec& b) { a.hasRoi = b.hasRoi = true, a.roi.width = 100, b.roi.height = 8; }));
+    EXPECT_TRUE(same([](ImageForm& a, ImageForm&) { a.origin = 1; }));
+    EXPECT_FALSE(same([](ImageForm&, ImageForm&) {}, true));
+    EXPECT_FALSE(same([](ImageForm& a, ImageForm&) { a.align = 8, a.slack = -1, a.width = 8; }));
+    EXPECT_FALSE(same([](ImageForm& a, ImageForm& b) { a.align = 8, a.width = b.width = 8; })); // alignment alone
+    EXPECT_FALSE(same([](ImageForm& a, ImageForm&) { a.slack = 4; }));                          // size alone
+    EXPECT_FALSE(same([](ImageForm& a, ImageForm& b) { a.width = 10, a.slack = 0, b.width = 9; }));
+    EXPECT_FALSE(same([](ImageForm& a, ImageForm& b) { a.height = 14, b.nChannels = 6; }));
+    EXPECT_TRUE(
+        same([](ImageForm& a, ImageForm& b) { a.hasRoi = b.hasRoi = true, a.roi.width = 100, b.roi.height = 8; }));
     for (const TovROI& roi : {TovROI{0, 0, 0, 8, 7}, TovROI{0, 0, 0, 9, 6}, TovROI{0, 1, 0, 50, 50},
                               TovROI{0, 0, 1, 50, 50}, TovROI{1, 0, 0, 9, 7}}) {
-        EXPECT_FALSE(same([&](Spec& a, Spec&) { a.hasRoi = true, a.roi = roi; }));
+        EXPECT_FALSE(same([&](ImageForm& a, ImageForm&) { a.hasRoi = true, a.roi = roi; }));
     }
     TovImage tile{};
     tile.nChannels = 3;
@@ -108,7 +108,8 @@ TEST(SameLayout, AsksForWholeImagesOfOneShape) {
     EXPECT_TRUE(tov::ownSameLayout(tile, tile, false));
     tov::shapeAsPlain(tile, {32768, 32768}, 32768); // larger than imageSize can say
     EXPECT_FALSE(tov::ownSameLayout(tile, tile, false));
-    EXPECT_TRUE(same([](Spec& a, Spec& b) { a.hasRoi = true, a.roi.coi = 1, a.nChannels = b.nChannels = 1; }));
+    EXPECT_TRUE(
+        same([](ImageForm& a, ImageForm& b) { a.hasRoi = true, a.roi.coi = 1, a.nChannels = b.nChannels = 1; }));
 }
 
 TEST(CombineMasks, IsTheAndOfEachFromItsOwnRegion) {
