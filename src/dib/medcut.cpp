@@ -20,6 +20,9 @@ struct Cube {
     int32_t shift; // from a cell's place on an axis to its value
 
     int32_t cells() const { return length[kRed] * length[kGreen] * length[kBlue]; }
+    const uint32_t* row(int32_t green, int32_t blue) const {
+        return counts + ptrdiff_t{blue} * step[kBlue] + ptrdiff_t{green} * step[kGreen];
+    }
 };
 constexpr Cube kGrayCube = {nullptr, {256, 1, 1}, {1, 0, 0}, 0};
 constexpr Cube kColorCube = {nullptr, {64, 64, 64}, {1, 64, 4096}, 2};
@@ -39,7 +42,7 @@ template <class Visit>
 void eachCell(const Cube& cube, const Box& box, Visit visit) {
     for (int32_t b = box.low[kBlue]; b <= box.high[kBlue]; b++) {
         for (int32_t g = box.low[kGreen]; g <= box.high[kGreen]; g++) {
-            const uint32_t* row = cube.counts + b * cube.step[kBlue] + g * cube.step[kGreen];
+            const uint32_t* row = cube.row(g, b);
             for (int32_t r = box.low[kRed]; r <= box.high[kRed]; r++) visit(row[r], r, g, b);
         }
     }
@@ -62,7 +65,7 @@ int64_t pixelsIn(const Cube& cube, const Box& box) {
 bool isEmpty(const Cube& cube, const Box& box) {
     for (int32_t b = box.low[kBlue]; b <= box.high[kBlue]; b++) {
         for (int32_t g = box.low[kGreen]; g <= box.high[kGreen]; g++) {
-            const uint32_t* row = cube.counts + b * cube.step[kBlue] + g * cube.step[kGreen];
+            const uint32_t* row = cube.row(g, b);
             for (int32_t r = box.low[kRed]; r <= box.high[kRed]; r++) {
                 if (row[r] != 0) return false;
             }

@@ -26,7 +26,7 @@ void NearestEntry::read(const uint8_t* table, uint32_t entries) {
     table_ = table;
     entries_ = entries;
     if (entries > kIndexed) return;
-    for (uint32_t i = 0; i < entries; i++) colors_[i] = {table[4 * i], table[4 * i + 1], table[4 * i + 2]};
+    for (size_t i = 0; i < entries; i++) colors_[i] = {table[4 * i], table[4 * i + 1], table[4 * i + 2]};
     if (entries <= 2) return;
     cells_ = AlignedBlock<uint32_t>(kCells);
     lists_ = AlignedBlock<uint8_t>(kListBytes);

@@ -103,18 +103,18 @@ constexpr Reader kReaders[] = {
 void ownWriteIndex1(PixelTarget& target, const Pixel* pixels, int32_t count, uint8_t* row, int32_t x) {
     for (int32_t i = 0; i < count; i++) {
         const auto bit = static_cast<uint8_t>(0x80 >> ((x + i) & 7));
-        uint8_t& byte = row[(x + i) >> 3];
+        const uint8_t byte = row[(x + i) >> 3];
         const bool set = (target.nearest.ownNearestPaletteIndex(pixels[i]) & UINT8_MAX) != 0;
-        byte = static_cast<uint8_t>(set ? byte | bit : byte & ~bit);
+        row[(x + i) >> 3] = static_cast<uint8_t>(set ? byte | bit : byte & ~bit);
     }
 }
 
 void ownWriteIndex4(PixelTarget& target, const Pixel* pixels, int32_t count, uint8_t* row, int32_t x) {
     for (int32_t i = 0; i < count; i++) {
         const uint32_t index = target.nearest.ownNearestPaletteIndex(pixels[i]) & 15;
-        uint8_t& byte = row[(x + i) >> 1];
+        const uint8_t byte = row[(x + i) >> 1];
         const bool low = ((x + i) & 1) != 0;
-        byte = static_cast<uint8_t>(low ? (byte & 0xF0) | index : (byte & 0x0F) | index << 4);
+        row[(x + i) >> 1] = static_cast<uint8_t>(low ? (byte & 0xF0) | index : (byte & 0x0F) | index << 4);
     }
 }
 

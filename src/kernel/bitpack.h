@@ -38,7 +38,7 @@ OWN_INLINE void packBits(Test test, int32_t count, const T* s, ptrdiff_t step, u
             for (int32_t i = 0; i < n; i++) flags[i] = test(from[i * step]) ? 1 : 0;
         }
         uint8_t* bytes = row + (x >> 3);
-        for (int32_t i = 0; i < n >> 3; i++) bytes[i] = firstBits(flags + 8 * i);
+        for (ptrdiff_t i = 0; i < n >> 3; i++) bytes[i] = firstBits(flags + 8 * i);
         if ((n & 7) == 0) continue;
         const auto kept = static_cast<uint8_t>(0xFF >> (n & 7));
         uint8_t& last = bytes[n >> 3];

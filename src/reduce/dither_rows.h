@@ -134,7 +134,7 @@ OWN_INLINE void ditherChannels(const Reporter& report, const DitherChannels& cha
         DitherRow<T> job{};
         job.width = rect.width;
         job.pixelStep = channels.pixelStep;
-        job.err = errors.get() + c * entries + Filter.reach;
+        job.err = errors.get() + ptrdiff_t{c} * entries + Filter.reach;
         for (int32_t y = 0; y < rect.height; y++) {
             const auto rowAt = [&](int32_t at) {
                 return at < rect.height ? elementAt<T>(rect.data, at * rect.rowStep + channels.offset(c)) : nullptr;
@@ -161,7 +161,7 @@ OWN_INLINE void ditherLine(const TovImage& image, const DitherChannels& channels
         job.row = rowAt(line.tile, line.line);
         job.width = line.width;
         job.pixelStep = channels.pixelStep;
-        job.err = line.err + c * (line.tileWidth + 2 * Filter.reach) + Filter.reach;
+        job.err = line.err + ptrdiff_t{c} * (line.tileWidth + 2 * Filter.reach) + Filter.reach;
         job.begun = line.tileCol > 0;
         if (line.right != nullptr) {
             job.right = rowAt(line.right, line.line);
