@@ -172,12 +172,31 @@ bool fillTable(const Cube& cube, int64_t pixels, int32_t entries, Table table) {
     return table.close();
 }
 
-// Where the values of an image lie, in bytes; of 16-bit values the high byte counts.
+// Counts the pixels of a row, of whose 16-bit values the high bytes count. `Step` is the distance of pixels in values,
+// or 0 for one that isn't known.
+template <int32_t Step, bool Gray, class T>
+void countRow(const Cube& cube, const T* const (&rows)[kAxes], int32_t width, int32_t pixelStep) {
+    constexpr int32_t kBlock = 256;
+    const ptrdiff_t step = Step != 0 ? Step : pixelStep;
+    const auto high = [](T value) { return static_cast<uint32_t>(value) >> (8 * sizeof(T) - 8); };
+    for (ptrdiff_t x = 0; x < width; x += kBlock) {
+        const ptrdiff_t n = width - x < kBlock ? width - x : kBlock;
+        const T* red = rows[kRed] + x * step;
+        const T* green = rows[kGreen] + x * step;
+        const T* blue = rows[kBlue] + x * step;
+        uint32_t cells[kBlock];
+        for (ptrdiff_t i = 0; i < n; i++) {
+            cells[i] =
+                Gray ? high(red[i * step])
+                     : high(red[i * step]) >> 2 | high(green[i * step]) >> 2 << 6 | high(blue[i * step]) >> 2 << 12;
+        }
+        for (ptrdiff_t i = 0; i < n; i++) cube.counts[cells[i]]++;
+    }
+}
+
 template <class T>
 void countPixels(const TovImage& image, const int32_t* channels, const Cube& cube) {
     const bool planes = image.dataOrder == TOV_DATA_ORDER_PLANE;
-    const ptrdiff_t pixelStep = planes ? 1 : image.nChannels;
-    const auto high = [](T value) { return static_cast<uint32_t>(value) >> (8 * sizeof(T) - 8); };
     for (int32_t y = 0; y < image.height; y++) {
         const T* rows[kAxes];
         for (int32_t axis = 0; axis < kAxes; axis++) {
@@ -186,11 +205,14 @@ void countPixels(const TovImage& image, const int32_t* channels, const Cube& cub
             if (planes) row += c * image.height * image.widthStep;
             rows[axis] = reinterpret_cast<const T*>(row) + (planes ? 0 : c);
         }
-        for (ptrdiff_t x = 0; x < image.width; x++) {
-            const auto place = [&](int32_t axis) {
-                return (high(rows[axis][x * pixelStep]) >> cube.shift) * static_cast<uint32_t>(cube.step[axis]);
-            };
-            cube.counts[place(kRed) + place(kGreen) + place(kBlue)]++;
+        if (image.nChannels == 1) {
+            countRow<1, true>(cube, rows, image.width, 1);
+        } else if (planes) {
+            countRow<1, false>(cube, rows, image.width, 1);
+        } else if (image.nChannels == 3) {
+            countRow<3, false>(cube, rows, image.width, 3);
+        } else {
+            countRow<0, false>(cube, rows, image.width, image.nChannels);
         }
     }
 }

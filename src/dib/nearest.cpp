@@ -3,118 +3,154 @@
 
 #include <cstring>
 
+#include "kernel/kernel.h"
+
 namespace tov {
 
 namespace {
 
-constexpr int32_t kCellBits = 5; // of each colour
-constexpr int32_t kCellSide = 1 << (8 - kCellBits);
-constexpr uint32_t kCells = 1U << (3 * kCellBits);
-constexpr uint32_t kListBytes = 1U << 20;
-constexpr uint32_t kIndexed = 256; // entries that fit a byte
+constexpr int64_t kFewPixels = 4096; // for which keeping answers doesn't pay
+constexpr int32_t kBlock = 256;
 
-int32_t square(int32_t value) { return value * value; }
+OWN_INLINE int32_t square(int32_t value) { return value * value; }
+
+// Takes an entry for those of a cell's 64 colours to which it is nearer than the entries before.
+OWN_KERNEL void ownTakeNearer(const int32_t (&entry)[3], const int32_t (&low)[3], int32_t number, int32_t* distances,
+                              int32_t* numbers) {
+    OWN_EACH
+    for (int32_t i = 0; i < 64; i++) {
+        const int32_t distance = square(low[0] + (i & 3) - entry[0]) + square(low[1] + (i >> 2 & 3) - entry[1]) +
+                                 square(low[2] + (i >> 4) - entry[2]);
+        numbers[i] = distance < distances[i] ? number : numbers[i];
+        distances[i] = distance < distances[i] ? distance : distances[i];
+    }
+}
 
 } // namespace
 
-NearestEntry::Color NearestEntry::colorOf(Pixel pixel) {
-    const auto byte = [&](int32_t i) { return static_cast<int32_t>(pixel >> (8 * i) & UINT8_MAX); };
-    return {byte(0), byte(1), byte(2)};
+// The bits of a pixel in the order of its wide cell, its cell in that, and its colour in that.
+OWN_INLINE uint32_t NearestEntry::placeOf(Pixel pixel) {
+    const uint32_t wide = (pixel >> 4 & 0x00F) | (pixel >> 8 & 0x0F0) | (pixel >> 12 & 0xF00);
+    const uint32_t cell = (pixel >> 2 & 0x03) | (pixel >> 8 & 0x0C) | (pixel >> 14 & 0x30);
+    const uint32_t color = (pixel & 0x03) | (pixel >> 6 & 0x0C) | (pixel >> 12 & 0x30);
+    return wide << 12 | cell << 6 | color;
 }
 
-void NearestEntry::read(const uint8_t* table, uint32_t entries) {
+// The lowest colour of a pixel's cell.
+NearestEntry::Color NearestEntry::lowestOf(Pixel pixel, int32_t bits) {
+    const auto part = [&](int32_t i) { return static_cast<int32_t>(pixel >> 8 * i & UINT8_MAX) & -(1 << (8 - bits)); };
+    return {{part(0), part(1), part(2)}};
+}
+
+void NearestEntry::read(const uint8_t* table, uint32_t entries, int64_t pixels) {
     table_ = table;
-    entries_ = entries;
+    nEntries_ = entries;
     if (entries > kIndexed) return;
-    for (size_t i = 0; i < entries; i++) colors_[i] = {table[4 * i], table[4 * i + 1], table[4 * i + 2]};
-    if (entries <= 2) return;
-    cells_ = AlignedBlock<uint32_t>(kCells);
-    lists_ = AlignedBlock<uint8_t>(kListBytes);
-    if (cells_) std::memset(cells_.get(), 0, kCells * sizeof(uint32_t));
-    listsEnd_ = 1;
+    for (size_t i = 0; i < entries; i++) colors_[i] = {{table[4 * i], table[4 * i + 1], table[4 * i + 2]}};
+    if (pixels < kFewPixels) return;
+    answers_ = AlignedBlock<Answers>(1);
+    if (!answers_) return;
+    std::memset(answers_[0].known, 0, sizeof answers_[0].known);
+    std::memset(answers_[0].nCandidates, 0, sizeof answers_[0].nCandidates);
 }
 
-uint32_t NearestEntry::searched(Color color) const {
+bool NearestEntry::isOwnGray(Pixel pixel) const {
+    const uint32_t gray = pixel & UINT8_MAX;
+    if (nEntries_ != kIndexed || (pixel & 0xFFFFFF) != gray * 0x10101) return false;
+    const Color& own = colors_[gray];
+    const auto value = static_cast<int32_t>(gray);
+    return own.part[0] == value && own.part[1] == value && own.part[2] == value;
+}
+
+uint8_t NearestEntry::searched(Pixel pixel) const {
+    if (isOwnGray(pixel)) return static_cast<uint8_t>(pixel);
+    const Color color = lowestOf(pixel, 8);
     uint32_t best = 0;
     int32_t least = INT32_MAX;
-    for (uint32_t i = 0; i < entries_; i++) {
+    for (uint32_t i = 0; i < nEntries_; i++) {
         const uint8_t* entry = table_ + size_t{4} * i;
-        const int32_t distance =
-            square(color.blue - entry[0]) + square(color.green - entry[1]) + square(color.red - entry[2]);
+        int32_t distance = 0;
+        for (int32_t c = 0; c < 3; c++) distance += square(color.part[c] - entry[c]);
         if (distance >= least) continue;
         best = i;
         least = distance;
         if (distance == 0) break;
     }
-    return best;
+    return static_cast<uint8_t>(best);
 }
 
-// An entry can't win where its nearest point of the cell is farther off than another entry's farthest point.
-uint32_t NearestEntry::candidatesOf(uint32_t cell) {
-    if (kListBytes - listsEnd_ < kIndexed + 1) {
-        std::memset(cells_.get(), 0, kCells * sizeof(uint32_t));
-        listsEnd_ = 1;
-    }
-    const auto lowest = [&](int32_t axis) {
-        return static_cast<int32_t>(cell >> (axis * kCellBits) & ((1U << kCellBits) - 1)) * kCellSide;
-    };
-    const int32_t low[3] = {lowest(0), lowest(1), lowest(2)};
+// Those of some entries that can be the nearest in a cube of colours: an entry can't where its nearest point of the
+// cube is farther off than another entry's farthest one.
+int32_t NearestEntry::canWin(const Color& low, int32_t side, const uint8_t* among, int32_t count,
+                             uint8_t* winners) const {
     int32_t nearest[kIndexed];
     int32_t bound = INT32_MAX;
-    for (uint32_t i = 0; i < entries_; i++) {
-        const int32_t at[3] = {colors_[i].blue, colors_[i].green, colors_[i].red};
-        int32_t near = 0;
-        int32_t far = 0;
-        for (int32_t axis = 0; axis < 3; axis++) {
-            const int32_t below = low[axis] - at[axis];
-            const int32_t above = at[axis] - (low[axis] + kCellSide - 1);
+    for (int32_t i = 0; i < count; i++) {
+        const Color& entry = colors_[among[i]];
+        int32_t farthest = 0;
+        nearest[i] = 0;
+        for (int32_t c = 0; c < 3; c++) {
+            const int32_t below = low.part[c] - entry.part[c];
+            const int32_t above = entry.part[c] - (low.part[c] + side - 1);
             const int32_t outside = below > above ? below : above;
-            near += outside > 0 ? square(outside) : 0;
-            far += square(below < above ? below : above);
+            nearest[i] += outside > 0 ? square(outside) : 0;
+            farthest += square(below < above ? below : above);
         }
-        nearest[i] = near;
-        bound = far < bound ? far : bound;
+        bound = farthest < bound ? farthest : bound;
     }
-    uint8_t* list = lists_.get() + listsEnd_;
-    uint32_t count = 0;
-    for (uint32_t i = 0; i < entries_; i++) {
-        list[1 + count] = static_cast<uint8_t>(i);
-        count += nearest[i] <= bound ? 1 : 0;
+    int32_t n = 0;
+    for (int32_t i = 0; i < count; i++) {
+        if (nearest[i] <= bound) winners[n++] = among[i];
     }
-    list[0] = static_cast<uint8_t>(count - 1);
-    cells_[cell] = listsEnd_;
-    listsEnd_ += count + 1;
-    return cells_[cell];
+    return n;
 }
 
-uint32_t NearestEntry::ownNearestPaletteIndex(Pixel pixel) {
-    const Color color = colorOf(pixel);
-    if (entries_ == kIndexed && color.blue == color.green && color.blue == color.red) {
-        const Color& same = colors_[color.blue];
-        if (same.blue == color.blue && same.green == color.blue && same.red == color.blue) {
-            return static_cast<uint32_t>(color.blue);
+// Works out the answers for the cell of a pixel.
+void NearestEntry::workOut(Pixel pixel) {
+    Answers& answers = answers_[0];
+    uint8_t winners[kIndexed];
+    const uint32_t wide = placeOf(pixel) >> 12;
+    const uint32_t cell = placeOf(pixel) >> 6;
+    if (answers.nCandidates[wide] == 0) {
+        const auto n = static_cast<int32_t>(nEntries_);
+        for (int32_t i = 0; i < n; i++) winners[i] = static_cast<uint8_t>(i);
+        answers.nCandidates[wide] = static_cast<uint16_t>(
+            canWin(lowestOf(pixel, kWideBits), 1 << (8 - kWideBits), winners, n, answers.candidates[wide]));
+    }
+    const Color low = lowestOf(pixel, kCellBits);
+    const int32_t n = canWin(low, 1 << (8 - kCellBits), answers.candidates[wide], answers.nCandidates[wide], winners);
+    int32_t distances[64];
+    int32_t numbers[64] = {};
+    for (int32_t& distance : distances) distance = INT32_MAX;
+    for (int32_t i = 0; i < n; i++) {
+        ownTakeNearer(colors_[winners[i]].part, low.part, winners[i], distances, numbers);
+    }
+    answers.known[cell] = 1;
+    for (int32_t i = 0; i < 64; i++) answers.entries[cell][i] = static_cast<uint8_t>(numbers[i]);
+    for (int32_t i = 0; i < 64; i += 21) { // the grays, where the cell has any
+        const auto gray = static_cast<uint32_t>(low.part[0] + (i & 3));
+        const bool hasGrays = low.part[0] == low.part[1] && low.part[0] == low.part[2];
+        if (hasGrays && isOwnGray(gray * 0x10101)) answers.entries[cell][i] = static_cast<uint8_t>(gray);
+    }
+}
+
+void NearestEntry::ownNearestPaletteIndex(const Pixel* pixels, int32_t count, uint8_t* found) {
+    if (!answers_) {
+        for (int32_t i = 0; i < count; i++) found[i] = searched(pixels[i]);
+        return;
+    }
+    const Answers& answers = answers_[0];
+    const uint8_t* entries = answers.entries[0];
+    for (int32_t done = 0; done < count; done += kBlock) {
+        const int32_t n = count - done < kBlock ? count - done : kBlock;
+        uint32_t places[kBlock];
+        OWN_EACH
+        for (int32_t i = 0; i < n; i++) places[i] = placeOf(pixels[done + i]);
+        for (int32_t i = 0; i < n; i++) {
+            if (answers.known[places[i] >> 6] == 0) workOut(pixels[done + i]);
+            found[done + i] = entries[places[i]];
         }
     }
-    if (!cells_ || !lists_) return searched(color);
-    const auto part = [](int32_t value, int32_t axis) {
-        return static_cast<uint32_t>(value >> (8 - kCellBits)) << (axis * kCellBits);
-    };
-    const uint32_t cell = part(color.blue, 0) | part(color.green, 1) | part(color.red, 2);
-    const uint32_t start = cells_[cell] != 0 ? cells_[cell] : candidatesOf(cell);
-    const uint8_t* list = lists_.get() + start;
-    const int32_t last = list[0];
-    uint32_t best = list[1];
-    if (last == 0) return best;
-    int32_t least = INT32_MAX;
-    for (int32_t i = 1; i <= last + 1; i++) {
-        const Color& entry = colors_[list[i]];
-        const int32_t distance =
-            square(color.blue - entry.blue) + square(color.green - entry.green) + square(color.red - entry.red);
-        const bool nearer = distance < least;
-        best = nearer ? list[i] : best;
-        least = nearer ? distance : least;
-    }
-    return best;
 }
 
 } // namespace tov

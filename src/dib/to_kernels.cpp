@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "kernel/bitpack.h"
 #include "kernel/kernel.h"
 
 namespace tov {
@@ -101,27 +102,21 @@ constexpr Reader kReaders[] = {
 
 // Bits and nibbles of a last byte that are no pixel's keep their values.
 void ownWriteIndex1(PixelTarget& target, const Pixel* pixels, int32_t count, uint8_t* row, int32_t x) {
-    for (int32_t i = 0; i < count; i++) {
-        const auto bit = static_cast<uint8_t>(0x80 >> ((x + i) & 7));
-        const uint8_t byte = row[(x + i) >> 3];
-        const bool set = (target.nearest.ownNearestPaletteIndex(pixels[i]) & UINT8_MAX) != 0;
-        row[(x + i) >> 3] = static_cast<uint8_t>(set ? byte | bit : byte & ~bit);
-    }
+    uint8_t found[kPiece];
+    target.nearest.ownNearestPaletteIndex(pixels, count, found);
+    packBits([](uint8_t index) { return index != 0; }, count, found, 1, row + (x >> 3));
 }
 
 void ownWriteIndex4(PixelTarget& target, const Pixel* pixels, int32_t count, uint8_t* row, int32_t x) {
-    for (int32_t i = 0; i < count; i++) {
-        const uint32_t index = target.nearest.ownNearestPaletteIndex(pixels[i]) & 15;
-        const uint8_t byte = row[(x + i) >> 1];
-        const bool low = ((x + i) & 1) != 0;
-        row[(x + i) >> 1] = static_cast<uint8_t>(low ? (byte & 0xF0) | index : (byte & 0x0F) | index << 4);
-    }
+    uint8_t found[kPiece];
+    target.nearest.ownNearestPaletteIndex(pixels, count, found);
+    row += x >> 1;
+    for (int32_t i = 0; i + 1 < count; i += 2) *row++ = static_cast<uint8_t>(found[i] << 4 | (found[i + 1] & 15));
+    if ((count & 1) != 0) *row = static_cast<uint8_t>(found[count - 1] << 4 | (*row & 15));
 }
 
 void ownWriteIndex8(PixelTarget& target, const Pixel* pixels, int32_t count, uint8_t* row, int32_t x) {
-    for (int32_t i = 0; i < count; i++) {
-        row[x + i] = static_cast<uint8_t>(target.nearest.ownNearestPaletteIndex(pixels[i]));
-    }
+    target.nearest.ownNearestPaletteIndex(pixels, count, row + x);
 }
 
 OWN_INLINE uint32_t inField(const MaskField& field, uint32_t value) {

@@ -106,7 +106,7 @@ bool prepare(const Bitmap& bitmap, const TovImage& image, Conversion& conversion
         for (int32_t i = 0; i < 4; i++) conversion.target.fields[i] = fieldOf(inOrder[i], bits == 16);
     } else if (bits <= 8) {
         const uint8_t* table = bitmap.start + bitmap.header.biSize;
-        conversion.target.nearest.read(table, ownPaletteSize(bitmap.header));
+        conversion.target.nearest.read(table, ownPaletteSize(bitmap.header), int64_t{image.width} * image.height);
     }
     return true;
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "kernel/kernel.h"
+#include "kernel/word.h"
 
 namespace tov {
 
@@ -14,11 +15,8 @@ OWN_INLINE uint8_t firstBits(const uint8_t* flags) {
     uint64_t word = 0;
     std::memcpy(&word, flags, sizeof word);
     // The product moves each byte's bit to its place among the uppermost eight; no two terms meet there.
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    return static_cast<uint8_t>((word * UINT64_C(0x0102040810204081)) >> 56);
-#else
-    return static_cast<uint8_t>((word * UINT64_C(0x8040201008040201)) >> 56);
-#endif
+    constexpr uint64_t places = kFirstIsLow ? UINT64_C(0x8040201008040201) : UINT64_C(0x0102040810204081);
+    return static_cast<uint8_t>((word * places) >> 56);
 }
 
 // Bit i of a row becomes test(s[i * step]), for `count` values, from the first byte's most significant bit on. Bits

@@ -146,8 +146,10 @@ TEST(ConvertToDIB, EveryFormOfImageAndBitmap) {
         Rng rng(number + 7);
         const Form form = forms[rng.between(0, 6)];
         const char* seq = form.nChannels == 1 ? rng.pick({"G", "GRAY"}) : rng.pick({"BGR", "BGRA", "RGB", "RGBA"});
-        const Image image = makeImage(form.nChannels, form.depth, seq, rng.between(1, 60), rng.between(1, 9),
-                                      rng.between(0, 1), rng.between(0, 1), rng.pick({4, 8, 16, 32}));
+        const bool large = rng.oneIn(50); // enough for answers to be kept
+        const Image image =
+            makeImage(form.nChannels, form.depth, seq, large ? 190 : rng.between(1, 60), large ? 27 : rng.between(1, 9),
+                      rng.between(0, 1), rng.between(0, 1), rng.pick({4, 8, 16, 32}));
         fill(*image, rng);
         Dib dib = drawTarget(rng, *image);
         const bool medcutFits = form.nChannels == 1 || dib.header.biBitCount > 8 || seq[0] != 'G';
