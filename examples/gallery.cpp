@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bitmap_file.h"
+#include "bitmaps.h"
 #include "colours.h"
 #include "image.h"
 #include "page.h"
@@ -249,10 +250,11 @@ struct Exhibit {
     Needs needs;
 };
 constexpr Exhibit kExhibits[] = {
-    {showSum, kValues},          {showDifference, kValues},  {showEdges, kNothing},     {showRegion, kNothing},
-    {showSpotlight, kNothing},   {showMaskedFill, kNothing}, {showOr, kNothing},        {showAndNot, kNothing},
-    {showTwoMasks, kNothing},    {showChannel, kColors},     {showSwap, kColors},       {showTiles, kValues},
-    {showSoftEdge, kColorBytes}, {showOperators, kNothing},  {showTwists, kColorBytes},
+    {showSum, kValues},          {showDifference, kValues},     {showEdges, kNothing},     {showRegion, kNothing},
+    {showSpotlight, kNothing},   {showMaskedFill, kNothing},    {showOr, kNothing},        {showAndNot, kNothing},
+    {showTwoMasks, kNothing},    {showChannel, kColors},        {showSwap, kColors},       {showTiles, kValues},
+    {showSoftEdge, kColorBytes}, {showOperators, kNothing},     {showTwists, kColorBytes}, {showCurve, kValues},
+    {showDithers, kColorBytes},  {showRoundTrips, kColorBytes},
 };
 
 bool has(const TovImage& source, Needs needs) {
