@@ -83,6 +83,7 @@ private:
 void addAlphaItems(Items& items);
 void addArithItems(Items& items);
 void addBlurItems(Items& items);
+void addConvItems(Items& items);
 void addMirrorItems(Items& items);
 void addMoveItems(Items& items);
 

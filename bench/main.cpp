@@ -42,7 +42,7 @@ void registerItem(const bench::Item& item) {
             call();
             benchmark::ClobberMemory();
         }
-    });
+    })->MeasureProcessCPUTime(); // peers may work on a thread of their own
 }
 
 } // namespace
@@ -69,6 +69,7 @@ int main(int argc, char** argv) {
     bench::Items items;
     bench::addArithItems(items);
     bench::addBlurItems(items);
+    bench::addConvItems(items);
     bench::addMirrorItems(items);
     bench::addMoveItems(items);
     bench::addAlphaItems(items);

@@ -82,6 +82,41 @@ void ownConvDense(const TovConvKernel& kernel, ConvTaps& list) {
     }
 }
 
+// One sum over as many taps as 16 bits have room for, whatever the samples are.
+void group16(const TovConvKernel& kernel, const SampleRange& range, ConvTaps& list) {
+    TapList taps(kernel, list);
+    int32_t low = 0;
+    int32_t high = 0;
+    for (int32_t j = 0; j < kernel.nRows; j++) {
+        for (int32_t i = 0; i < kernel.nCols; i++) {
+            const int32_t weight = kernel.values[ptrdiff_t{j} * kernel.nCols + i];
+            const int32_t ofLow = weight * static_cast<int32_t>(range.low);
+            const int32_t ofHigh = weight * static_cast<int32_t>(range.high);
+            const int32_t least = smaller(ofLow, ofHigh);
+            const int32_t most = ofLow + ofHigh - least;
+            if (high + most - (low + least) > UINT16_MAX) {
+                taps.close(low);
+                low = high = 0;
+            }
+            taps.put(j, i);
+            low += least;
+            high += most;
+        }
+    }
+    taps.close(low);
+}
+
+// Whether 16 bits have room for the products of each tap.
+bool fits16(const OwnConvStage& stage, const SampleRange& range) {
+    const size_t n = coefficientsOf(*stage.kernel);
+    bool fits = stage.reach < kExactSums;
+    for (size_t i = 0; i < n; i++) {
+        const double weight = stage.kernel->values[i];
+        fits = fits && (weight < 0 ? -weight : weight) * (range.high - range.low) <= UINT16_MAX;
+    }
+    return fits;
+}
+
 // How a kernel is summed where sums round, by its size and by how many of its taps are 0 and how many 1 or -1.
 void groupRounded(OwnConvStage& stage, int32_t pixelStep) {
     const TovConvKernel& kernel = *stage.kernel;
@@ -157,13 +192,18 @@ ConvMargins ownConvMargins(TovConvKernel* const* kernel, int32_t nKernels) {
 bool ownConvPrepare(OwnConvPlan& plan, TovConvKernel* const* kernel, int32_t nKernels, int32_t combineMethod,
                     uint32_t depth) {
     const int32_t index = depthIndex(depth);
+    const SampleRange& range = kRanges[index];
+    plan.depth = depth;
     plan.nKernels = nKernels;
     plan.combineMethod = combineMethod;
     plan.margins = ownConvMargins(kernel, nKernels);
     for (int32_t k = 0; k < nKernels; k++) {
-        if (!prepareStage(plan.stages[k], *kernel[k], kRanges[index])) return false;
+        if (!prepareStage(plan.stages[k], *kernel[k], range)) return false;
     }
     selectCombining(plan);
+    bool all16 = range.high - range.low <= UINT8_MAX;
+    for (int32_t k = 0; k < nKernels; k++) all16 = all16 && fits16(plan.stages[k], range);
+    plan.band = all16 ? kConvExact16 : kConvRounded;
     plan.readRow = kConvReadRows[index][plan.band];
     plan.writeRow = kConvWriteRows[index];
     plan.storeRow = kConvStoreRows[index];
@@ -174,8 +214,16 @@ bool ownConvPrepare(OwnConvPlan& plan, TovConvKernel* const* kernel, int32_t nKe
 void ownConvSelectStages(OwnConvPlan& plan, int32_t pixelStep) {
     for (int32_t k = 0; k < plan.nKernels; k++) {
         OwnConvStage& stage = plan.stages[k];
-        groupRounded(stage, pixelStep);
-        stage.sumRow = kConvSumRows[kConvRounded];
+        ConvArithmetic arithmetic = plan.band;
+        if (arithmetic == kConvExact16) {
+            group16(*stage.kernel, kRanges[depthIndex(plan.depth)], stage.taps);
+        } else if (stage.reach < kExactSums) {
+            arithmetic = kConvExact;
+            ownConvWhole(*stage.kernel, stage.taps);
+        } else {
+            groupRounded(stage, pixelStep);
+        }
+        stage.sumRow = kConvSumRows[arithmetic];
     }
 }
 

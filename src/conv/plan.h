@@ -33,6 +33,7 @@ struct OwnConvStage {
 };
 
 struct OwnConvPlan {
+    uint32_t depth = 0;
     int32_t nKernels = 0;
     int32_t combineMethod = 0;
     ConvMargins margins;
