@@ -57,8 +57,7 @@ constexpr ptrdiff_t kConvSampleBytes[kConvArithmetics] = {sizeof(float), sizeof(
 using ConvReadRow = void (*)(const uint8_t* row, int32_t bit, ptrdiff_t stride, uint8_t* samples, ptrdiff_t count);
 extern const ConvReadRow kConvReadRows[kDepths - 1][kConvArithmetics];
 
-// Rounds each value to the nearest integer, ties to even, and shifts the low 32 bits of that right. The small form is
-// for values of a magnitude below 2^31.
+// Shifts the low 32 bits of whole numbers right. The small form is for magnitudes below 2^31.
 using ConvShiftRow = void (*)(float* row, int32_t nShiftR, ptrdiff_t count);
 void ownConvShift(float* row, int32_t nShiftR, ptrdiff_t count);
 extern const ConvShiftRow kConvShiftSmall;
@@ -67,9 +66,10 @@ extern const ConvShiftRow kConvShiftSmall;
 using ConvCombineRow = void (*)(float* d, const float* s, ptrdiff_t count);
 struct ConvCombiners {
     ConvCombineRow add;
-    ConvCombineRow square;    // s * s
-    ConvCombineRow addSquare; // d + s * s
-    ConvCombineRow magnitude; // |s|
+    ConvCombineRow square;         // s * s
+    ConvCombineRow addSquare;      // d + s * s, formed in double precision
+    ConvCombineRow addExactSquare; // the same, for whole numbers s of at most 4096, whose squares are exact
+    ConvCombineRow magnitude;      // |s|
     ConvCombineRow largest;
     ConvCombineRow smallest;
     ConvCombineRow root; // of s

@@ -19,6 +19,8 @@ constexpr SampleRange kRanges[kDepths - 1] = {{0, 1},          {0, UINT8_MAX},  
 
 // Below it, whole numbers are exact in single precision.
 constexpr double kExactSums = 16777216;
+// And up to it their squares.
+constexpr double kExactSquares = 4096;
 
 size_t coefficientsOf(const TovConvKernel& kernel) {
     return static_cast<size_t>(kernel.nCols) * static_cast<size_t>(kernel.nRows);
@@ -167,10 +169,13 @@ void selectCombining(OwnConvPlan& plan) {
     }
     if (squares) first.combineRow = with.square;
     for (int32_t k = 1; k < plan.nKernels; k++) {
-        plan.stages[k].combineRow = squares                     ? with.addSquare
-                                    : method == TOV_COMBINE_MAX ? with.largest
-                                    : method == TOV_COMBINE_MIN ? with.smallest
-                                                                : with.add;
+        OwnConvStage& stage = plan.stages[k];
+        switch (method) {
+        case TOV_COMBINE_SUM: stage.combineRow = with.add; break;
+        case TOV_COMBINE_MAX: stage.combineRow = with.largest; break;
+        case TOV_COMBINE_MIN: stage.combineRow = with.smallest; break;
+        default: stage.combineRow = stage.reach <= kExactSquares ? with.addExactSquare : with.addSquare;
+        }
     }
     if (method == TOV_COMBINE_SUMSQROOT) plan.finishRow = with.root;
 }

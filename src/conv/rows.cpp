@@ -1,5 +1,6 @@
 // The rows before and behind the sums of the convolution: reading, shifting, combining, rounding and storing.
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -59,20 +60,12 @@ void ownRowBitsTo16(const uint8_t* row, int32_t bit, ptrdiff_t, uint8_t* samples
 // ---------------------------------------------------------------------------------------------------------------------
 // Shifting and combining
 
-// The nearest integer, ties to even: from 2^23 on all numbers are integers, and below that adding and taking it away
-// leaves no room for a fraction.
-OWN_INLINE float nearestEven(float value) {
-    const float fractionless = 8388608.0F;
-    const float magnitude = std::fabs(value);
-    const float rounded = (magnitude + fractionless) - fractionless;
-    return std::copysign(magnitude < fractionless ? rounded : magnitude, value);
-}
-
+// Sums of whole numbers are whole, rounded or not: single precision has no fractions from 2^23 on.
 OWN_KERNEL void ownConvShiftSmall(float* row, int32_t nShiftR, ptrdiff_t count) {
     const int32_t shift = nShiftR & 31;
     OWN_EACH
     for (ptrdiff_t i = 0; i < count; i++) {
-        row[i] = static_cast<float>(static_cast<int32_t>(nearestEven(row[i])) >> shift);
+        row[i] = static_cast<float>(static_cast<int32_t>(row[i]) >> shift);
     }
 }
 
@@ -95,6 +88,9 @@ OWN_KERNEL void ownConvAddSquare(float* d, const float* s, ptrdiff_t count) {
     };
     combineRow(sum, d, s, count);
 }
+OWN_KERNEL void ownConvAddExactSquare(float* d, const float* s, ptrdiff_t count) {
+    combineRow([](float a, float b) OWN_INLINE_LAMBDA { return a + b * b; }, d, s, count);
+}
 OWN_KERNEL void ownConvMagnitude(float* d, const float* s, ptrdiff_t count) {
     combineRow([](float, float b) OWN_INLINE_LAMBDA { return std::fabs(b); }, d, s, count);
 }
@@ -111,17 +107,23 @@ OWN_KERNEL void ownConvRoot(float* d, const float* s, ptrdiff_t count) {
 // ---------------------------------------------------------------------------------------------------------------------
 // Writing
 
-// Limited first, a value is so small that the sum with 1.5 * 2^23 has no room for a fraction.
+// Limited first, a value is so small that its sum with 1.5 * 2^23 has no room for a fraction, and the integer stands in
+// the low bits of that number. In one loop compilers make branches of the limits rather than smallest and largest.
 template <class T>
 OWN_INLINE void writeLimited(const float* row, uint8_t* out, ptrdiff_t count, float low, float high) {
-    T* to = reinterpret_cast<T*>(out);
     const float fractionless = 12582912.0F;
+    float sums[kConvStretch];
     OWN_EACH
     for (ptrdiff_t i = 0; i < count; i++) {
-        float value = row[i];
-        value = value < low ? low : value;
-        value = value > high ? high : value;
-        to[i] = static_cast<T>(static_cast<int32_t>((value + fractionless) - fractionless));
+        const float value = row[i] > low ? row[i] : low;
+        sums[i] = (value < high ? value : high) + fractionless;
+    }
+    T* to = reinterpret_cast<T*>(out);
+    OWN_EACH
+    for (ptrdiff_t i = 0; i < count; i++) {
+        uint32_t bits = 0;
+        std::memcpy(&bits, sums + i, sizeof bits);
+        to[i] = static_cast<T>(bits);
     }
 }
 
@@ -145,6 +147,15 @@ OWN_KERNEL void ownRowFromFloat_16u(const float* row, uint8_t* out, ptrdiff_t co
 OWN_KERNEL void ownRowFromFloat_16s(const float* row, uint8_t* out, ptrdiff_t count) {
     writeValues<int16_t>(row, out, count);
 }
+// The nearest integer, ties to even: from 2^23 on all numbers are integers, and below that adding and taking it away
+// leaves no room for a fraction.
+OWN_INLINE float nearestEven(float value) {
+    const float fractionless = 8388608.0F;
+    const float magnitude = std::fabs(value);
+    const float rounded = (magnitude + fractionless) - fractionless;
+    return std::copysign(magnitude < fractionless ? rounded : magnitude, value);
+}
+
 OWN_KERNEL void ownRowFromFloat_32s(const float* row, uint8_t* out, ptrdiff_t count) {
     auto* to = reinterpret_cast<int32_t*>(out);
     const float beyond = 2147483648.0F;
@@ -185,14 +196,14 @@ void ownConvShift(float* row, int32_t nShiftR, ptrdiff_t count) {
     for (ptrdiff_t i = 0; i < count; i++) {
         // From 2^55 on all numbers are multiples of 2^32.
         const bool low = std::fabs(row[i]) < 36028797018963968.0F;
-        const int64_t rounded = low ? static_cast<int64_t>(nearestEven(row[i])) : 0;
-        row[i] = static_cast<float>(static_cast<int32_t>(static_cast<uint32_t>(rounded)) >> shift);
+        const int64_t whole = low ? static_cast<int64_t>(row[i]) : 0;
+        row[i] = static_cast<float>(static_cast<int32_t>(static_cast<uint32_t>(whole)) >> shift);
     }
 }
 
 const ConvShiftRow kConvShiftSmall = ownConvShiftSmall;
-const ConvCombiners kConvCombiners = {ownConvAdd,     ownConvSquare,   ownConvAddSquare, ownConvMagnitude,
-                                      ownConvLargest, ownConvSmallest, ownConvRoot};
+const ConvCombiners kConvCombiners = {ownConvAdd,       ownConvSquare,  ownConvAddSquare, ownConvAddExactSquare,
+                                      ownConvMagnitude, ownConvLargest, ownConvSmallest,  ownConvRoot};
 
 const ConvReadRow kConvReadRows[kDepths - 1][kConvArithmetics] = {
     {ownRowBitsToFloat, ownRowBitsToFloat, ownRowBitsTo16}, {ownRowToFloat_8u, ownRowToFloat_8u, ownRowTo16_8u},
