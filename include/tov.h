@@ -552,6 +552,24 @@ TOV_API void tovConvolve2D(TovImage* srcImage, TovImage* dstImage, TovConvKernel
 TOV_API void tovMirror(TovImage* srcImage, TovImage* dstImage, int32_t flipAxis);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Depths
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * Copies a whole image into another of the same size and, between other depths, the same number of channels, while it
+ * changes depth, data order and, where the origins differ, the order of rows. Values are limited to the range of the
+ * destination's depth, not scaled. All depths but TOV_DEPTH_32F; 1-bit images become 1-bit images only. A 1-bit
+ * destination takes one channel, that of interest where the source has more than one: values above 0 set their bit.
+ * Otherwise regions don't count, and neither do masks, alpha, channelSeq and colorModel. Nothing happens when both are
+ * the same header.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed, or for
+ * a tile that can't be had. Where an image is tiled, a negative status of the thread ends the call at a request for a
+ * tile, which is then not released: clear the status by tovSetErrStatus(TOV_STS_OK) first.
+ */
+TOV_API void tovConvert(TovImage* srcImage, TovImage* dstImage);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Bitmaps
  * --------------------------------------------------------------------------------------------------------------- */
 

@@ -74,6 +74,8 @@ static void images(void) {
         expect(sum->imageData[1] == 100 && sum->imageData[0] == 66, "tovBlur averages with the constant 0 outside");
         tovSet(sum, 17);
         expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovSet fills");
+        tovConvert(sum, a);
+        expect(a->imageData[2 * a->widthStep + 4] == 17, "tovConvert converts");
         {
             int32_t key[2] = {10, 256}, value[1] = {3}, factor[1] = {2};
             TovLUT curve = {2, key, value, factor, 1};
