@@ -51,10 +51,10 @@ Prepare convolve(Size size, const Layout& layout, const std::vector<Kernel>& ker
     const auto arrange = [=](Pair& pair) {
         if (masked) pair.dst.mask(discMask(size));
     };
+    std::vector<TovConvKernel*> list(kernels.size());
+    std::transform(kernels.begin(), kernels.end(), list.begin(), [](const Kernel& kernel) { return kernel.get(); });
     return inTurns<Pair>(size, layout, arrange, [=](const Pair& pair) {
-        std::vector<TovConvKernel*> list;
-        for (const Kernel& kernel : kernels) list.push_back(kernel.get());
-        tovConvolve2D(pair.src.get(), pair.dst.get(), list.data(), static_cast<int32_t>(list.size()), method);
+        tovConvolve2D(pair.src.get(), pair.dst.get(), list.data(), static_cast<int32_t>(kernels.size()), method);
     });
 }
 

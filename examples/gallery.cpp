@@ -10,6 +10,7 @@
 
 #include "bitmap_file.h"
 #include "colours.h"
+#include "convolution.h"
 #include "image.h"
 #include "page.h"
 #include "picture.h"
@@ -249,10 +250,11 @@ struct Exhibit {
     Needs needs;
 };
 constexpr Exhibit kExhibits[] = {
-    {showSum, kValues},          {showDifference, kValues},  {showEdges, kNothing},     {showRegion, kNothing},
-    {showSpotlight, kNothing},   {showMaskedFill, kNothing}, {showOr, kNothing},        {showAndNot, kNothing},
-    {showTwoMasks, kNothing},    {showChannel, kColors},     {showSwap, kColors},       {showTiles, kValues},
-    {showSoftEdge, kColorBytes}, {showOperators, kNothing},  {showTwists, kColorBytes},
+    {showSum, kValues},          {showDifference, kValues},    {showEdges, kNothing},     {showRegion, kNothing},
+    {showSpotlight, kNothing},   {showMaskedFill, kNothing},   {showOr, kNothing},        {showAndNot, kNothing},
+    {showTwoMasks, kNothing},    {showChannel, kColors},       {showSwap, kColors},       {showTiles, kValues},
+    {showSoftEdge, kColorBytes}, {showOperators, kNothing},    {showTwists, kColorBytes}, {showSharpening, kValues},
+    {showEmboss, kValues},       {showEdgeMagnitude, kValues},
 };
 
 bool has(const TovImage& source, Needs needs) {

@@ -164,8 +164,8 @@ bool Convolution::ownConvBorderedView(const OwnConvRect& rect, ImageView& view, 
     const int64_t height = rect.height + margins.rows();
     if (width > INT32_MAX || height > INT32_MAX) return false;
     const Point from = {rect.xOffset - margins.leftMargin, rect.yOffset - margins.topMargin};
-    if (!pixels.fetch(view, src_.header, from, {static_cast<int32_t>(width), static_cast<int32_t>(height)}))
-        return false;
+    const Size size = {static_cast<int32_t>(width), static_cast<int32_t>(height)};
+    if (!pixels.fetch(view, src_.header, from, size)) return false;
     view.place(margins.leftMargin, margins.topMargin, {rect.width, rect.height});
     return true;
 }

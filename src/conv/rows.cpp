@@ -22,10 +22,10 @@ OWN_INLINE void readValues(const uint8_t* row, ptrdiff_t stride, uint8_t* sample
     auto* to = reinterpret_cast<Sample*>(samples);
     if (stride == 1) {
         OWN_EACH
-        for (ptrdiff_t i = 0; i < count; i++) to[i] = static_cast<Sample>(from[i]);
+        for (ptrdiff_t i = 0; i < count; i++) to[i] = static_cast<Sample>(int32_t{from[i]});
         return;
     }
-    for (ptrdiff_t i = 0; i < count; i++) to[i] = static_cast<Sample>(from[i * stride]);
+    for (ptrdiff_t i = 0; i < count; i++) to[i] = static_cast<Sample>(int32_t{from[i * stride]});
 }
 
 OWN_KERNEL void ownRowToFloat_8u(const uint8_t* row, int32_t, ptrdiff_t stride, uint8_t* samples, ptrdiff_t count) {
@@ -43,17 +43,17 @@ OWN_KERNEL void ownRowToFloat_16s(const uint8_t* row, int32_t, ptrdiff_t stride,
 OWN_KERNEL void ownRowToFloat_32s(const uint8_t* row, int32_t, ptrdiff_t stride, uint8_t* samples, ptrdiff_t count) {
     readValues<int32_t, float>(row, stride, samples, count);
 }
-OWN_KERNEL void ownRowTo16_8u(const uint8_t* row, int32_t, ptrdiff_t stride, uint8_t* samples, ptrdiff_t count) {
+OWN_KERNEL void ownRowToWords_8u(const uint8_t* row, int32_t, ptrdiff_t stride, uint8_t* samples, ptrdiff_t count) {
     readValues<uint8_t, uint16_t>(row, stride, samples, count);
 }
-OWN_KERNEL void ownRowTo16_8s(const uint8_t* row, int32_t, ptrdiff_t stride, uint8_t* samples, ptrdiff_t count) {
+OWN_KERNEL void ownRowToWords_8s(const uint8_t* row, int32_t, ptrdiff_t stride, uint8_t* samples, ptrdiff_t count) {
     readValues<int8_t, uint16_t>(row, stride, samples, count);
 }
 
 void ownRowBitsToFloat(const uint8_t* row, int32_t bit, ptrdiff_t, uint8_t* samples, ptrdiff_t count) {
     unpackBits(row, bit, reinterpret_cast<float*>(samples), count);
 }
-void ownRowBitsTo16(const uint8_t* row, int32_t bit, ptrdiff_t, uint8_t* samples, ptrdiff_t count) {
+void ownRowBitsToWords(const uint8_t* row, int32_t bit, ptrdiff_t, uint8_t* samples, ptrdiff_t count) {
     unpackBits(row, bit, reinterpret_cast<uint16_t*>(samples), count);
 }
 
@@ -206,9 +206,9 @@ const ConvCombiners kConvCombiners = {ownConvAdd,       ownConvSquare,  ownConvA
                                       ownConvMagnitude, ownConvLargest, ownConvSmallest,  ownConvRoot};
 
 const ConvReadRow kConvReadRows[kDepths - 1][kConvArithmetics] = {
-    {ownRowBitsToFloat, ownRowBitsToFloat, ownRowBitsTo16}, {ownRowToFloat_8u, ownRowToFloat_8u, ownRowTo16_8u},
-    {ownRowToFloat_8s, ownRowToFloat_8s, ownRowTo16_8s},    {ownRowToFloat_16u, ownRowToFloat_16u, nullptr},
-    {ownRowToFloat_16s, ownRowToFloat_16s, nullptr},        {ownRowToFloat_32s, ownRowToFloat_32s, nullptr}};
+    {ownRowBitsToFloat, ownRowBitsToFloat, ownRowBitsToWords}, {ownRowToFloat_8u, ownRowToFloat_8u, ownRowToWords_8u},
+    {ownRowToFloat_8s, ownRowToFloat_8s, ownRowToWords_8s},    {ownRowToFloat_16u, ownRowToFloat_16u, nullptr},
+    {ownRowToFloat_16s, ownRowToFloat_16s, nullptr},           {ownRowToFloat_32s, ownRowToFloat_32s, nullptr}};
 const ConvWriteRow kConvWriteRows[kDepths - 1] = {ownRowFloatToBytes01, ownRowFromFloat_8u,  ownRowFromFloat_8s,
                                                   ownRowFromFloat_16u,  ownRowFromFloat_16s, ownRowFromFloat_32s};
 const ConvStoreRow kConvStoreRows[kDepths - 1] = {ownRowBytesToBits, ownConvStore8,  ownConvStore8,

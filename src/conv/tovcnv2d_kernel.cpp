@@ -33,7 +33,7 @@ TovConvKernel* create(const Reporter& report, int32_t nCols, int32_t nRows, int3
         report(TOV_STS_NO_MEMORY, "Allocation failure");
         return nullptr;
     }
-    for (int64_t k = 0; k < n; k++) stored[static_cast<size_t>(k)] = values[n - 1 - k];
+    for (int64_t k = 0; k < n; k++) stored[static_cast<size_t>(k)] = int32_t{values[n - 1 - k]};
     *record.get() = {nCols, nRows, nCols - 1 - anchorX, nRows - 1 - anchorY, stored.release(), nShiftR};
     return record.release();
 }
