@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "reference/conv.h"
+#include "reference/walks.h"
 #include "support/sweep.h"
 
 namespace tovtest {
@@ -31,6 +32,8 @@ int32_t drawWeight(Rng& rng, int kind) {
     case 2: return rng.between(-40, 300);
     case 3: return rng.oneIn(4) ? rng.between(-3, 3) : 0;
     case 4: return rng.between(-70000, 70000);
+    case 6: return rng.between(20, 60); // 16-bit sums that just leave what is exact
+    case 5: return rng.oneIn(4) ? rng.pick({1, -1}) : rng.between(-99999999, 99999999);
     default: return rng.pick({INT32_MIN, INT32_MAX, 16777217, rng.between(-1000000000, 1000000000)});
     }
 }
@@ -38,15 +41,21 @@ int32_t drawWeight(Rng& rng, int kind) {
 std::vector<ConvForm> kernelsOf(const Case& c) {
     Rng rng(c.number + 77);
     std::vector<ConvForm> kernels(rng.oneIn(2) ? 1 : rng.oneIn(12) ? 10 : rng.between(2, 3));
-    const int side = rng.pick({0, 0, 3, 3, 5}), kind = rng.between(0, 5);
+    const int side = rng.pick({0, 0, 3, 3, 5}), kind = rng.between(0, 7);
     for (ConvForm& f : kernels) {
         f.nCols = side ? side : rng.between(1, rng.oneIn(9) ? 40 : 6);
         f.nRows = side ? side : rng.between(1, 6);
         f.anchorX = rng.between(0, f.nCols - 1);
         f.anchorY = rng.between(0, f.nRows - 1);
-        f.nShiftR = rng.oneIn(2) ? 0 : rng.pick({1, 4, 7, 31, 32, -1});
+        f.nShiftR = rng.oneIn(2) ? 0 : rng.pick({1, 4, 9, 12, 16, 31, 32, -1});
         f.values.resize(static_cast<std::size_t>(f.nCols * f.nRows));
         for (int32_t& value : f.values) value = drawWeight(rng, rng.oneIn(3) ? 1 : kind);
+    }
+    if (kernels.size() == 2 && rng.oneIn(2)) { // sums that all but cancel show how each was rounded
+        kernels[0].nShiftR = 0;
+        kernels[1] = kernels[0];
+        for (int32_t& value : kernels[1].values) value = static_cast<int32_t>(0u - static_cast<uint32_t>(value));
+        kernels[1].values[0] = static_cast<int32_t>(1u + static_cast<uint32_t>(kernels[1].values[0]));
     }
     return kernels;
 }
@@ -86,6 +95,25 @@ Sweep convSweep() {
 }
 
 TEST(Convolve, MatchesTheModel) { runSweep(convSweep()); }
+
+// However little of a tile is written, the pixels around all of it are read, and the tile is held meanwhile.
+TEST(Convolve, ReadsAroundWholeTiles) {
+    Case c = alike(2, TOV_DEPTH_8U, 1, 40, 40);
+    for (ImageForm& form : c.images) {
+        form.hasRoi = true;
+        form.roi = {0, 3, 3, 4, 4};
+    }
+    c.images[0].tileWidth = c.images[0].tileHeight = 8;
+    c.images[1].tileWidth = c.images[1].tileHeight = 16;
+    Scene scene(c), want(c);
+    scene.server.acceptsCopies = true;
+    const Kernels kernels({{4, 5, 1, 3, 0, std::vector<int32_t>(20, 1)}});
+    scene.run([&](Scene& s) { tovConvolve2D(s[0], s[1], kernels.list.data(), 1, TOV_COMBINE_SUM); });
+    want.server.log = {{1, 0, 0, TOV_TILE_WRITE}};
+    logGather(want, want.at(0), 1, 2, 16 + 3, 16 + 4);
+    want.server.log.push_back({1, 0, 0, TOV_TILE_RELEASE});
+    EXPECT_EQ(scene.server.log, want.server.log) << list(scene.server.log);
+}
 
 TEST(Convolve, KeepsKernelsTurnedRound) {
     const int32_t values[] = {1, 2, 3, 4, 5, 6};
