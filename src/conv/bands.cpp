@@ -45,7 +45,6 @@ public:
         store_ = {to.address, to.bitOffset, layout_.dstStep, nullptr, 0, size_.width, layout_.nSide, layout_.nValues};
         Size any = kUnlimited;
         if (dst.maskROI != nullptr) mask_ = roiMask(*dst.maskROI, any);
-        nResults_ = ptrdiff_t{size_.width} * layout_.nSide;
         nSamples_ = (size_.width + margins.columns()) * layout_.nSide;
         rowStep_ = (nSamples_ * kConvSampleBytes[plan.band] + 31) & -ptrdiff_t{32};
     }
@@ -57,7 +56,8 @@ public:
         const int64_t rows = smaller(size_.height, kBandHeight) + plan_.margins.rows();
         if (rows > PTRDIFF_MAX / rowStep_) return false;
         band_ = AlignedBlock<uint8_t>(static_cast<size_t>(rows * rowStep_));
-        results_ = AlignedBlock<uint8_t>(static_cast<size_t>(nResults_ * plan_.valueBytes));
+        results_ =
+            AlignedBlock<uint8_t>(static_cast<size_t>(ptrdiff_t{size_.width} * layout_.nSide * plan_.valueBytes));
         return band_ && results_;
     }
 
@@ -80,18 +80,32 @@ public:
 
 private:
     void makeRow(ptrdiff_t y, ptrdiff_t inBand) {
-        const ptrdiff_t left = ptrdiff_t{plan_.margins.leftMargin} * layout_.nSide * kConvSampleBytes[plan_.band];
-        const uint8_t* position = band_.get() + (inBand + plan_.margins.topMargin) * rowStep_ + left;
-        const ConvPlace place = {position, rowStep_, layout_.nSide};
         ConvStore to = store_;
         to.row += y * toStep_;
+        ptrdiff_t first = 0;
         if (mask_.first != nullptr) {
             to.mask = mask_.first + y * mask_.rowStep;
-            to.maskBit = mask_.bitOffset;
+            first = narrow(to);
         }
+        const ptrdiff_t column = (plan_.margins.leftMargin + first) * layout_.nSide;
+        const uint8_t* position = band_.get() + (inBand + plan_.margins.topMargin) * rowStep_;
+        const ConvPlace place = {position + column * kConvSampleBytes[plan_.band], rowStep_, layout_.nSide};
         const bool asTheyAre = !isBits_ && to.mask == nullptr && to.nValues == to.nSide && to.pixelStep == to.nSide;
-        ownConvRow(plan_, place, asTheyAre ? to.row : results_.get(), nResults_);
+        ownConvRow(plan_, place, asTheyAre ? to.row : results_.get(), ptrdiff_t{to.width} * layout_.nSide);
         if (!asTheyAre) plan_.storeRow(to, results_.get());
+    }
+
+    // What the mask clears at both ends of a row isn't worked; gives the first pixel that is.
+    ptrdiff_t narrow(ConvStore& to) const {
+        const BitStretch ones = stretchOfOnes(to.mask, mask_.bitOffset, to.width);
+        const ptrdiff_t maskBit = ptrdiff_t{mask_.bitOffset} + ones.start;
+        to.mask += maskBit >> 3;
+        to.maskBit = static_cast<int32_t>(maskBit & 7);
+        const ptrdiff_t bit = ptrdiff_t{to.bit} + ones.start;
+        to.row += isBits_ ? bit >> 3 : ones.start * to.pixelStep * plan_.valueBytes;
+        to.bit = static_cast<int32_t>(bit & 7);
+        to.width = ones.length;
+        return ones.start;
     }
 
     const OwnConvPlan& plan_;
@@ -103,7 +117,6 @@ private:
     ptrdiff_t toStep_;
     ConvStore store_{};
     MaskLane mask_;
-    ptrdiff_t nResults_;
     ptrdiff_t nSamples_;
     ptrdiff_t rowStep_;
     AlignedBlock<uint8_t> band_;
