@@ -84,7 +84,10 @@ void addAlphaItems(Items& items);
 void addArithItems(Items& items);
 void addBlurItems(Items& items);
 void addConvItems(Items& items);
+void addDibItems(Items& items);
+void addHistItems(Items& items);
 void addMirrorItems(Items& items);
 void addMoveItems(Items& items);
+void addReduceItems(Items& items);
 
 } // namespace bench

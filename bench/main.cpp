@@ -73,6 +73,9 @@ int main(int argc, char** argv) {
     bench::addMirrorItems(items);
     bench::addMoveItems(items);
     bench::addAlphaItems(items);
+    bench::addHistItems(items);
+    bench::addReduceItems(items);
+    bench::addDibItems(items);
     const std::vector<const bench::Item*> chosen = items.select(filter);
     for (const bench::Item* item : chosen) registerItem(*item);
 

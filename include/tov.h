@@ -620,6 +620,31 @@ typedef struct tagRGBQUAD {
  */
 TOV_API TovImage* tovTranslateDIB(BITMAPINFOHEADER* dib, int32_t* cloneData);
 
+/*
+ * Writes a plain image into a bitmap that the caller has laid out: a header (biSize 40) with biWidth, biHeight, bit
+ * count and compression filled in, room for the colour table or masks, and room for the uncompressed pixel array even
+ * where it is compressed. The image has 1, 3 or, with alpha, 4 channels of depth 1U, 8U or 16U, of which the high bytes
+ * count, and the row step that tovCreateImageHeader gives. Regions and masks don't count, except that a region forbids
+ * dithering. A positive biHeight makes the bitmap bottom-up.
+ *
+ * Bitmaps of 1, 4 and 8 bits take for each pixel the nearest entry of their colour table, the first of equally near
+ * ones; in a table of 256 a gray pixel takes the entry of its own number if that is the same gray. paletteConversion 0
+ * keeps the table, 1 fills it with a fixed one (if it has 2, 16 or 256 entries), 2 with one made of the image by median
+ * cut, whose length goes to biClrUsed; more than 8 bits have no table to fill. In 16 bits colours are cut or widened to
+ * their masks, in 32 bits they are put at the low end of their masks. BI_RLE8 and BI_RLE4 arrays are compressed in
+ * place at the end, and biSizeImage set, or biCompression set to 0 where that doesn't pay.
+ *
+ * dither 1 writes pixels as they are; 2 (Floyd), 4 (Jarvis), 8 (Stucki) and 16 (ordered) spread what is lost. That is
+ * for 16U images of gray or RGB, and for 8U gray ones into 1-bit bitmaps; a tiled image is served as well.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed, and for
+ * a mask of 0; TOV_STS_BAD_DATA_OR_TILE, "image->imageData==0", for a tiled image that isn't dithered;
+ * TOV_STS_BAD_COLOR_SEQ; TOV_STS_NO_MEMORY; TOV_STS_INTERNAL for a colour table that can't be made (of a tiled image,
+ * say) and after the reports of a dithering that fails, to which any status but TOV_STS_OK from earlier calls counts.
+ * The bitmap is untouched then, except that its colour table may be new.
+ */
+TOV_API void tovConvertToDIB(TovImage* image, BITMAPINFOHEADER* dib, int32_t dither, int32_t paletteConversion);
+
 #ifdef __cplusplus
 }
 #endif

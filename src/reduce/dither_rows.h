@@ -17,21 +17,31 @@ struct DitherFilter {
     int32_t below[2][5];
 };
 
-// Rounds values up to `Most` to those whose upper `levels` bits vary, and the largest one.
 template <int32_t Most>
-struct Levels {
-    explicit Levels(int32_t levels) {
+OWN_INLINE int32_t limitedTo(int32_t value) {
+    const int32_t raised = value < 0 ? 0 : value;
+    return raised < Most ? raised : Most;
+}
+
+// A rounded value and what it lacks.
+struct Rounded {
+    int32_t value;
+    int32_t error;
+};
+
+// Rounds values limited to 0 to `Most` to those whose upper `levels` bits vary, and the largest one.
+template <int32_t Most>
+struct ManyLevels {
+    explicit ManyLevels(int32_t levels) {
         mask = Most >> levels != 0 ? Most >> levels : 1;
         half = mask >> 1;
         shift = (Most == 255 ? 8 : 16) - levels;
     }
-    OWN_INLINE int32_t nearest(int32_t value) const {
-        const int32_t rounded = (value & ~mask) + ((((value & mask) + half) >> shift) << shift);
-        return rounded < Most ? rounded : Most;
-    }
-    OWN_INLINE static int32_t limited(int32_t value) {
-        const int32_t raised = value < 0 ? 0 : value;
-        return raised < Most ? raised : Most;
+    OWN_INLINE Rounded round(int32_t value) const {
+        const int32_t limited = limitedTo<Most>(value);
+        const int32_t rounded = (limited & ~mask) + ((((limited & mask) + half) >> shift) << shift);
+        const int32_t nearest = rounded < Most ? rounded : Most;
+        return {nearest, limited - nearest};
     }
 
     int32_t mask;
@@ -39,8 +49,20 @@ struct Levels {
     int32_t shift;
 };
 
+// The same for 0 levels, which leaves 0 and Most. Each pixel waits for the error of the last one, so the errors of both
+// results are worked out before it is known which of them it is.
+template <int32_t Most>
+struct TwoLevels {
+    OWN_INLINE static Rounded round(int32_t value) {
+        const int32_t errorAbove = value < Most ? value - Most : 0;
+        const int32_t errorBelow = value > 0 ? value : 0;
+        const bool above = value > Most / 2 + 1;
+        return {above ? Most : 0, above ? errorAbove : errorBelow};
+    }
+};
+
 template <class T>
-using LevelsOf = Levels<static_cast<int32_t>(static_cast<T>(~T{0}))>;
+constexpr int32_t kMost = static_cast<T>(~T{0});
 
 // One row of one channel in one tile. err[0] belongs to its first pixel; `reach` entries in front of it hold the last
 // errors of the tile to the left, and as many behind the last one those of the pixels to the right.
@@ -57,13 +79,12 @@ struct DitherRow {
 };
 
 // Rounds a pixel with its share of the errors in front of it, and gives the error that is left.
-template <class T, const DitherFilter& Filter>
-OWN_INLINE int32_t ditherPixel(const LevelsOf<T>& levels, T& pixel, int32_t last, int32_t lastButOne) {
+template <class T, const DitherFilter& Filter, class Levels>
+OWN_INLINE int32_t ditherPixel(const Levels& levels, T& pixel, int32_t last, int32_t lastButOne) {
     const int32_t share = (Filter.ahead[0] * last + Filter.ahead[1] * lastButOne) >> Filter.shift;
-    const int32_t value = levels.limited(pixel + share);
-    const int32_t rounded = levels.nearest(value);
-    pixel = static_cast<T>(rounded);
-    return value - rounded;
+    const Rounded rounded = levels.round(pixel + share);
+    pixel = static_cast<T>(rounded.value);
+    return rounded.error;
 }
 
 // The errors are spread into the rows below at once: the sum for each pixel is floored and limited to the range before
@@ -76,7 +97,7 @@ OWN_INLINE void spreadBelow(const DitherRow<T>& job, int32_t which) {
     const auto spread = [=](T& pixel, int32_t x) OWN_INLINE_LAMBDA {
         int32_t sum = w[1] * err[x - 1] + w[2] * err[x] + w[3] * err[x + 1];
         if (Filter.reach == 2) sum += w[0] * err[x - 2] + w[4] * err[x + 2];
-        pixel = static_cast<T>(LevelsOf<T>::limited(pixel + (sum >> Filter.shift)));
+        pixel = static_cast<T>(limitedTo<kMost<T>>(pixel + (sum >> Filter.shift)));
     };
     if (job.pixelStep == 1) {
         OWN_EACH
@@ -86,8 +107,8 @@ OWN_INLINE void spreadBelow(const DitherRow<T>& job, int32_t which) {
     }
 }
 
-template <class T, const DitherFilter& Filter>
-OWN_INLINE void ditherRow(const DitherRow<T>& job, const LevelsOf<T>& levels) {
+template <class T, const DitherFilter& Filter, class Levels>
+OWN_INLINE void ditherRow(const DitherRow<T>& job, const Levels& levels) {
     constexpr int32_t reach = Filter.reach;
     int32_t* err = job.err;
     int32_t x = 0;
@@ -129,12 +150,11 @@ OWN_INLINE void ditherChannels(const Reporter& report, const DitherChannels& cha
     const int32_t entries = rect.width + 2 * Filter.reach;
     const AlignedBlock<int32_t> errors(static_cast<size_t>(entries) * static_cast<size_t>(channels.count));
     if (!errors) return report(TOV_STS_NO_MEMORY, "no memory for errr array");
-    const LevelsOf<T> levels(rect.levels);
     for (int32_t c = 0; c < channels.count; c++) {
         DitherRow<T> job{};
         job.width = rect.width;
         job.pixelStep = channels.pixelStep;
-        job.err = errors.get() + c * entries + Filter.reach;
+        job.err = errors.get() + ptrdiff_t{c} * entries + Filter.reach;
         for (int32_t y = 0; y < rect.height; y++) {
             const auto rowAt = [&](int32_t at) {
                 return at < rect.height ? elementAt<T>(rect.data, at * rect.rowStep + channels.offset(c)) : nullptr;
@@ -142,7 +162,11 @@ OWN_INLINE void ditherChannels(const Reporter& report, const DitherChannels& cha
             job.row = rowAt(y);
             job.below[0] = rowAt(y + 1);
             job.below[1] = rowAt(y + 2);
-            ditherRow<T, Filter>(job, levels);
+            if (rect.levels == 0) {
+                ditherRow<T, Filter>(job, TwoLevels<kMost<T>>());
+            } else {
+                ditherRow<T, Filter>(job, ManyLevels<kMost<T>>(rect.levels));
+            }
         }
     }
 }
@@ -152,7 +176,7 @@ template <class T, const DitherFilter& Filter>
 OWN_INLINE void ditherLine(const TovImage& image, const DitherChannels& channels, const DitherLine& line) {
     const int32_t rightWidth = image.width - (line.tileCol + 1) * line.tileWidth;
     const int32_t rowsBelow = image.height - (line.tileRow + 1) * line.tileHeight;
-    const LevelsOf<T> levels(line.levels);
+    const ManyLevels<kMost<T>> levels(line.levels);
     for (int32_t c = 0; c < channels.count; c++) {
         const auto rowAt = [&](uint8_t* tile, int32_t y) {
             return elementAt<T>(tile, y * line.rowStep + channels.offset(c));
@@ -161,7 +185,7 @@ OWN_INLINE void ditherLine(const TovImage& image, const DitherChannels& channels
         job.row = rowAt(line.tile, line.line);
         job.width = line.width;
         job.pixelStep = channels.pixelStep;
-        job.err = line.err + c * (line.tileWidth + 2 * Filter.reach) + Filter.reach;
+        job.err = line.err + ptrdiff_t{c} * (line.tileWidth + 2 * Filter.reach) + Filter.reach;
         job.begun = line.tileCol > 0;
         if (line.right != nullptr) {
             job.right = rowAt(line.right, line.line);

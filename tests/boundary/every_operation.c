@@ -143,6 +143,9 @@ static void bitmaps(void) {
     if (image != NULL) {
         expect(image->imageData == bitmap.pixels && image->imageData[2] == 99, "its pixels stay where they are");
         expect(image->origin == TOV_ORIGIN_BL && image->nChannels == 3, "a bottom-up bitmap is a bottom-left image");
+        bitmap.header.biHeight = -1;
+        tovConvertToDIB(image, &bitmap.header, 1, 0);
+        expect(bitmap.pixels[2] == 99, "tovConvertToDIB writes the pixels");
         tovDeallocate(image, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
     }
 }
