@@ -83,6 +83,7 @@ private:
 void addAlphaItems(Items& items);
 void addArithItems(Items& items);
 void addBlurItems(Items& items);
+void addConvItems(Items& items);
 void addDibItems(Items& items);
 void addHistItems(Items& items);
 void addMirrorItems(Items& items);

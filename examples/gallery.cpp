@@ -11,6 +11,7 @@
 #include "bitmap_file.h"
 #include "bitmaps.h"
 #include "colours.h"
+#include "convolution.h"
 #include "image.h"
 #include "page.h"
 #include "picture.h"
@@ -250,11 +251,13 @@ struct Exhibit {
     Needs needs;
 };
 constexpr Exhibit kExhibits[] = {
-    {showSum, kValues},          {showDifference, kValues},     {showEdges, kNothing},     {showRegion, kNothing},
-    {showSpotlight, kNothing},   {showMaskedFill, kNothing},    {showOr, kNothing},        {showAndNot, kNothing},
-    {showTwoMasks, kNothing},    {showChannel, kColors},        {showSwap, kColors},       {showTiles, kValues},
-    {showSoftEdge, kColorBytes}, {showOperators, kNothing},     {showTwists, kColorBytes}, {showCurve, kValues},
-    {showDithers, kColorBytes},  {showRoundTrips, kColorBytes},
+    {showSum, kValues},          {showDifference, kValues},  {showEdges, kNothing},
+    {showRegion, kNothing},      {showSpotlight, kNothing},  {showMaskedFill, kNothing},
+    {showOr, kNothing},          {showAndNot, kNothing},     {showTwoMasks, kNothing},
+    {showChannel, kColors},      {showSwap, kColors},        {showTiles, kValues},
+    {showSoftEdge, kColorBytes}, {showOperators, kNothing},  {showTwists, kColorBytes},
+    {showSharpening, kValues},   {showEmboss, kValues},      {showEdgeMagnitude, kValues},
+    {showCurve, kValues},        {showDithers, kColorBytes}, {showRoundTrips, kColorBytes},
 };
 
 bool has(const TovImage& source, Needs needs) {

@@ -470,6 +470,70 @@ TOV_API void tovBlur(TovImage* srcImage, TovImage* dstImage, int32_t nCols, int3
                      int32_t anchorY);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Convolution
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * A convolution kernel. tovCreateConvKernel fills it, and everything in it is turned round then: values has the given
+ * coefficients in reverse order, and the anchor is counted from the other end.
+ */
+typedef struct TovConvKernel {
+    int32_t nCols; /* at least 1 */
+    int32_t nRows; /* at least 1 */
+    int32_t anchorX;
+    int32_t anchorY;
+    int32_t* values; /* nCols * nRows, the record's own */
+    int32_t nShiftR; /* how far results are shifted right; only its low five bits count, and 0 doesn't round */
+} TovConvKernel;
+
+/*
+ * Makes a kernel of nCols by nRows coefficients, given row by row and copied. The pixel at (x, y) becomes the sum of
+ * values[j * nCols + i] times the source at (x + anchorX - i, y + anchorY - j). A nShiftR other than 0 has each sum
+ * rounded to an integer, of which the low 32 bits are shifted right by nShiftR & 31, toward minus infinity.
+ *
+ * Returns a record that tovDeleteConvKernel frees, or null. Reports TOV_STS_BAD_ARG for null values, a size below 1 and
+ * an anchor outside the kernel, in this order, and TOV_STS_NO_MEMORY. Any number of calls, on any threads, may use a
+ * kernel at the same time.
+ */
+TOV_API TovConvKernel* tovCreateConvKernel(int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY,
+                                           const int32_t* values, int32_t nShiftR);
+
+/* The same, of coefficients from -128 to 127. */
+TOV_API TovConvKernel* tovCreateConvKernelChar(int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY,
+                                               const int8_t* values, int32_t nShiftR);
+
+/* Frees a kernel. Reports TOV_STS_BAD_ARG for null and for a record without values. */
+TOV_API void tovDeleteConvKernel(TovConvKernel* kernel);
+
+/* How the results r1 to rn of several kernels become one. */
+enum {
+    TOV_COMBINE_SUM = 0,       /* r1 + ... + rn */
+    TOV_COMBINE_SUMSQ = 1,     /* r1 * r1 + ... + rn * rn */
+    TOV_COMBINE_SUMSQROOT = 2, /* the square root of that */
+    TOV_COMBINE_MAX = 3,       /* the largest */
+    TOV_COMBINE_MIN = 4        /* the smallest */
+};
+
+/*
+ * Convolves srcImage with nKernels (1 to 10) kernels into dstImage, at every depth but TOV_DEPTH_32F. Depths and data
+ * orders agree; origins and sizes need not. Both may be the same header. Neighbourhoods read the source outside its
+ * region and mask, and beyond its edge by its border settings, whose constants are limited to the range of the depth. A
+ * result is rounded to the nearest integer, ties to even, and limited to the range of the depth. Either both images
+ * have a channel of interest, or none.
+ *
+ * Sums are exact while their magnitude can't reach 2^24; beyond, they are stored in single precision on the way. With
+ * one kernel TOV_COMBINE_SUMSQ gives the square of the result and TOV_COMBINE_SUMSQROOT its magnitude, unless nShiftR
+ * isn't 0; other methods don't count then.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ROI_OFFSET for a region that begins beyond
+ * its image; TOV_STS_BAD_ARG with what is wrong with kernels, method or images; TOV_STS_NO_MEMORY, "Allocation
+ * failure", also where a tile to read can't be had; TOV_STS_TILE_FAILURE, "Error get tile to write". After the last two
+ * what was done before stays written. A mask without a common pixel ends the call in silence.
+ */
+TOV_API void tovConvolve2D(TovImage* srcImage, TovImage* dstImage, TovConvKernel* const* kernel, int32_t nKernels,
+                           int32_t combineMethod);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Mirror
  * --------------------------------------------------------------------------------------------------------------- */
 

@@ -144,11 +144,6 @@ bool ownBlur_8s(const BlurArgs& args) { return blurAnySize<int8_t>(args, ownBlur
 bool ownBlur_16u(const BlurArgs& args) { return blurAnySize<uint16_t>(args, ownBlurSums_16u); }
 bool ownBlur_16s(const BlurArgs& args) { return blurAnySize<int16_t>(args, ownBlurSums_16s); }
 
-// The bits of a row, one in each byte.
-void unpackBits(const uint8_t* row, uint8_t* bytes, ptrdiff_t count) {
-    for (ptrdiff_t i = 0; i < count; i++) bytes[i] = row[i >> 3] >> (7 - (i & 7)) & 1;
-}
-
 // Bits are counted; half of a window and more sets one.
 bool ownBlur_1u(const BlurArgs& args) {
     const ptrdiff_t nColumns = ptrdiff_t{args.size.width} + args.nCols;
@@ -161,7 +156,7 @@ bool ownBlur_1u(const BlurArgs& args) {
     const auto row = [&](ptrdiff_t y) { return args.work->imageData + y * args.work->widthStep; };
     for (ptrdiff_t i = 0; i < nColumns; i++) columns[static_cast<size_t>(i)] = 0;
     for (int32_t y = 0; y < args.nRows; y++) {
-        unpackBits(row(y), in, nColumns);
+        unpackBits(row(y), 0, in, nColumns);
         turnRow<uint8_t>(columns.get(), in, static_cast<const uint8_t*>(nullptr), nColumns);
     }
     Size size = args.size;
@@ -178,17 +173,11 @@ bool ownBlur_1u(const BlurArgs& args) {
             sum += columns[static_cast<size_t>(x) + static_cast<size_t>(args.nCols)] - columns[static_cast<size_t>(x)];
         }
         const BitLane<uint8_t> to = {dst.first + y * dst.rowStep, 0, dst.bitOffset};
-        if (args.mask == nullptr) {
-            walkBits<8>(
-                args.size.width, 1, [](uint64_t, uint64_t b) OWN_INLINE_LAMBDA { return b; }, to, results);
-        } else {
-            const BitLane<const uint8_t> mask = {args.mask->imageData + ptrdiff_t{y} * args.mask->widthStep, 0, 0};
-            const auto chosen = [](uint64_t old, uint64_t b, uint64_t m)
-                                    OWN_INLINE_LAMBDA { return (old & ~m) | (b & m); };
-            walkBits<8>(args.size.width, 1, chosen, to, results, mask);
-        }
-        unpackBits(row(ptrdiff_t{y} + args.nRows), in, nColumns);
-        unpackBits(row(y), out, nColumns);
+        const uint8_t* allowed = nullptr;
+        if (args.mask != nullptr) allowed = args.mask->imageData + ptrdiff_t{y} * args.mask->widthStep;
+        copyBits(args.size.width, 1, {allowed, 0, 0}, to, results);
+        unpackBits(row(ptrdiff_t{y} + args.nRows), 0, in, nColumns);
+        unpackBits(row(y), 0, out, nColumns);
         turnRow(columns.get(), in, out, nColumns);
     }
     return true;

@@ -175,4 +175,15 @@ OWN_INLINE void walkLanes(const Span& span, const MaskLane& mask, Formula formul
     }
 }
 
+// Copies the pixels of a rectangle, those that a mask allows if there is one.
+template <class T>
+OWN_INLINE void copyPixels(const Span& span, const MaskLane& mask, const Lane<T>& d, const Lane<const T>& s) {
+    const auto same = [](T value) OWN_INLINE_LAMBDA { return value; };
+    if (mask.first != nullptr) {
+        walkLanes<true>(span, mask, same, d, s);
+    } else {
+        walkLanes<false>(span, mask, same, d, s);
+    }
+}
+
 } // namespace tov

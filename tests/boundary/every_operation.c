@@ -89,6 +89,24 @@ static void images(void) {
     tovDeallocate(sum, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
 }
 
+static void kernels(void) {
+    static const int32_t values[3] = {1, 2, 3};
+    static const int8_t chars[1] = {-1};
+    TovConvKernel* list[2];
+    TovImage* image = newGray(3, 1, 10);
+    list[0] = tovCreateConvKernel(3, 1, 1, 0, values, 0);
+    list[1] = tovCreateConvKernelChar(1, 1, 0, 0, chars, 0);
+    expect(image != NULL && list[0] != NULL && list[1] != NULL, "kernels are made");
+    if (image != NULL && list[0] != NULL && list[1] != NULL) {
+        tovConvolve2D(image, image, list, 2, TOV_COMBINE_SUM);
+        expect(image->imageData[0] == 20 && image->imageData[1] == 50 && image->imageData[2] == 40,
+               "tovConvolve2D sums its kernels");
+    }
+    tovDeleteConvKernel(list[0]);
+    tovDeleteConvKernel(list[1]);
+    tovDeallocate(image, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
+}
+
 static void colours(void) {
     static const int32_t swap[16] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0};
     TovColorTwist twist;
@@ -136,6 +154,7 @@ int main(void) {
     errors();
     version();
     images();
+    kernels();
     colours();
     bitmaps();
     expect(tovGetErrStatus() == TOV_STS_OK, "no failure at the end");
