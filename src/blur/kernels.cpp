@@ -6,6 +6,7 @@
 
 #include "blur/rows.h"
 #include "core/memory.h"
+#include "kernel/bitpack.h"
 #include "kernel/bitrows.h"
 
 namespace tov {

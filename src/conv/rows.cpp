@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "conv/kernels.h"
+#include "kernel/bitpack.h"
 #include "kernel/bitrows.h"
 #include "kernel/kernel.h"
 #include "kernel/walk.h"
@@ -184,7 +185,7 @@ OWN_KERNEL void ownConvStore16(const ConvStore& to, uint8_t* results) { storeVal
 OWN_KERNEL void ownConvStore32(const ConvStore& to, uint8_t* results) { storeValues<uint32_t>(to, results); }
 
 OWN_KERNEL void ownRowBytesToBits(const ConvStore& to, uint8_t* results) {
-    packBits(results, to.width);
+    packBits([](uint8_t bit) OWN_INLINE_LAMBDA { return bit != 0; }, to.width, results, 1, results);
     const MaskLane mask = {to.mask, 0, to.maskBit};
     copyBits(to.width, 1, mask, BitLane<uint8_t>{to.row, 0, to.bit}, BitLane<const uint8_t>{results, 0, 0});
 }

@@ -1,4 +1,4 @@
-// Rows of values to rows of bits.
+// Rows of bits to rows of values, and back.
 #pragma once
 
 #include <cstddef>
@@ -10,6 +10,14 @@
 
 namespace tov {
 
+// The bits of a row from bit `bit` on, each as a value of 0 or 1.
+template <class T>
+inline void unpackBits(const uint8_t* row, ptrdiff_t bit, T* values, ptrdiff_t count) {
+    for (ptrdiff_t i = 0; i < count; i++) {
+        values[i] = static_cast<T>(row[(bit + i) >> 3] >> (7 - ((bit + i) & 7)) & 1);
+    }
+}
+
 // The least significant bits of eight bytes, the first one's in front.
 OWN_INLINE uint8_t firstBits(const uint8_t* flags) {
     uint64_t word = 0;
@@ -20,7 +28,7 @@ OWN_INLINE uint8_t firstBits(const uint8_t* flags) {
 }
 
 // Bit i of a row becomes test(s[i * step]), for `count` values, from the first byte's most significant bit on. Bits
-// behind the last one stay. The row and the values don't overlap.
+// behind the last one stay. The row may begin where the values do, and otherwise is apart from them.
 template <class T, class Test>
 OWN_INLINE void packBits(Test test, int32_t count, const T* s, ptrdiff_t step, uint8_t* row) {
     constexpr int32_t kBlock = 64;

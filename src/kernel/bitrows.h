@@ -147,21 +147,4 @@ OWN_INLINE void copyBits(int32_t width, int32_t height, const MaskLane& mask, co
     walkBits<8>(width, height, chosen, d, s, m);
 }
 
-// The bits of a row from bit `bit` on, each as a value of 0 or 1.
-template <class T>
-inline void unpackBits(const uint8_t* row, ptrdiff_t bit, T* values, ptrdiff_t count) {
-    for (ptrdiff_t i = 0; i < count; i++) {
-        values[i] = static_cast<T>(row[(bit + i) >> 3] >> (7 - ((bit + i) & 7)) & 1);
-    }
-}
-
-// Bytes of 0 or 1 become bits, in place; what follows the last one in its byte is clear.
-inline void packBits(uint8_t* bytes, ptrdiff_t count) {
-    for (ptrdiff_t i = 0; i < count; i += 8) {
-        int32_t byte = 0;
-        for (ptrdiff_t k = 0; k < 8; k++) byte = byte << 1 | (i + k < count ? bytes[i + k] : 0);
-        bytes[i >> 3] = static_cast<uint8_t>(byte);
-    }
-}
-
 } // namespace tov
