@@ -1,16 +1,12 @@
 // Convolution over kernel sizes, beside the libraries that do the like.
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
 #include "memory_limits.h"
 #include "scene.h"
+#include "vips.h"
 
-#ifdef TOV_HAVE_VIPS
-#include <vips/vips.h>
-#endif
 #ifdef TOV_HAVE_LEPTONICA
 #include <leptonica/allheaders.h>
 #endif
@@ -63,11 +59,9 @@ std::string label(const char* form, int32_t side) {
 }
 
 #ifdef TOV_HAVE_VIPS
-// One image to another with integer precision, on one thread and with nothing kept from call to call.
+// One image to another with integer precision.
 std::string vipsConv(Items& items, Size size, int32_t nChannels, int32_t side) {
-    static const bool ready = VIPS_INIT("tov_bench") == 0;
-    vips_concurrency_set(1);
-    vips_cache_set_max(0);
+    startVips();
     std::string name = "libvips vips_conv" + std::string(nChannels == 3 ? " x 3" : "") + ", " + std::to_string(side);
     const Weights weights(side);
     const std::vector<double> values(weights.values.begin(), weights.values.end());
@@ -76,22 +70,9 @@ std::string vipsConv(Items& items, Size size, int32_t nChannels, int32_t side) {
         [](VipsImage* image) { g_object_unref(image); });
     vips_image_set_double(mask.get(), "scale", 1 << weights.shift);
     const auto use = [mask](const Pair& pair) {
-        const auto viewOf = [](const TovImage* image) {
-            const auto bytes = static_cast<size_t>(image->widthStep) * static_cast<size_t>(image->height);
-            return vips_image_new_from_memory(image->imageData, bytes, image->width, image->height, image->nChannels,
-                                              VIPS_FORMAT_UCHAR);
-        };
-        VipsImage* src = viewOf(pair.src.get());
-        VipsImage* dst = viewOf(pair.dst.get());
-        VipsImage* result = nullptr;
-        if (!ready || vips_conv(src, &result, mask.get(), "precision", VIPS_PRECISION_INTEGER, nullptr) != 0 ||
-            vips_image_write(result, dst) != 0) {
-            std::fprintf(stderr, "tov_bench: libvips: %s\n", vips_error_buffer());
-            std::exit(2);
-        }
-        g_object_unref(result);
-        g_object_unref(dst);
-        g_object_unref(src);
+        runVips(pair.src.get(), pair.dst.get(), [&](VipsImage* src, VipsImage** result) {
+            return vips_conv(src, result, mask.get(), "precision", VIPS_PRECISION_INTEGER, nullptr);
+        });
     };
     items.add({name, size, pixels(size), "pixel", inTurns<Pair>(size, {k8U, nChannels}, asTheyAre, use), Kind::kPeer});
     return name;

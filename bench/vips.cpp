@@ -16,22 +16,21 @@ VipsImage* viewOf(const TovImage* image) {
                                       VIPS_FORMAT_UCHAR);
 }
 
-bool start() {
-    if (VIPS_INIT("tov_bench") != 0) return false;
+} // namespace
+
+bool startVips() {
+    static const bool started = VIPS_INIT("tov_bench") == 0;
     vips_concurrency_set(1);
     vips_cache_set_max(0);
-    return true;
+    return started;
 }
-
-} // namespace
 
 void runVips(const TovImage* src, const TovImage* dst,
              const std::function<int(VipsImage* src, VipsImage** result)>& run) {
-    static const bool ready = start();
     VipsImage* from = viewOf(src);
     VipsImage* to = viewOf(dst);
     VipsImage* result = nullptr;
-    if (!ready || run(from, &result) != 0 || vips_image_write(result, to) != 0) {
+    if (!startVips() || run(from, &result) != 0 || vips_image_write(result, to) != 0) {
         std::fprintf(stderr, "tov_bench: libvips: %s\n", vips_error_buffer());
         std::exit(2);
     }

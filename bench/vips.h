@@ -11,8 +11,10 @@
 
 namespace bench {
 
-// Runs one operation from a plain 8U image in pixel order into the memory of another, on one thread and with nothing
-// kept from call to call. A failure ends the program.
+// libvips on one thread and with nothing kept from call to call; false when it doesn't start.
+bool startVips();
+
+// Runs one operation from a plain 8U image in pixel order into the memory of another. A failure ends the program.
 void runVips(const TovImage* src, const TovImage* dst,
              const std::function<int(VipsImage* src, VipsImage** result)>& run);
 

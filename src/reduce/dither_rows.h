@@ -89,21 +89,22 @@ OWN_INLINE int32_t ditherPixel(const Levels& levels, T& pixel, int32_t last, int
 
 // The errors are spread into the rows below at once: the sum for each pixel is floored and limited to the range before
 // the pixel's own turn comes.
-template <class T, const DitherFilter& Filter>
-OWN_INLINE void spreadBelow(const DitherRow<T>& job, int32_t which) {
-    const int32_t* w = Filter.below[which];
+template <class T, const DitherFilter& Filter, int32_t Which>
+OWN_INLINE void spreadBelow(const DitherRow<T>& job) {
     const int32_t* err = job.err;
-    T* row = job.below[which];
-    const auto spread = [=](T& pixel, int32_t x) OWN_INLINE_LAMBDA {
-        int32_t sum = w[1] * err[x - 1] + w[2] * err[x] + w[3] * err[x + 1];
-        if (Filter.reach == 2) sum += w[0] * err[x - 2] + w[4] * err[x + 2];
-        pixel = static_cast<T>(limitedTo<kMost<T>>(pixel + (sum >> Filter.shift)));
+    const int32_t width = job.width;
+    T* row = job.below[Which];
+    if (row == nullptr) return;
+    const auto spread = [](T pixel, const int32_t* at) OWN_INLINE_LAMBDA {
+        int32_t sum = Filter.below[Which][1] * at[-1] + Filter.below[Which][2] * at[0] + Filter.below[Which][3] * at[1];
+        if (Filter.reach == 2) sum += Filter.below[Which][0] * at[-2] + Filter.below[Which][4] * at[2];
+        return static_cast<T>(limitedTo<kMost<T>>(pixel + (sum >> Filter.shift)));
     };
     if (job.pixelStep == 1) {
         OWN_EACH
-        for (int32_t x = 0; x < job.width; x++) spread(row[x], x);
+        for (int32_t x = 0; x < width; x++) row[x] = spread(row[x], err + x);
     } else {
-        for (int32_t x = 0; x < job.width; x++) spread(row[x * job.pixelStep], x);
+        for (int32_t x = 0; x < width; x++) row[x * job.pixelStep] = spread(row[x * job.pixelStep], err + x);
     }
 }
 
@@ -132,9 +133,8 @@ OWN_INLINE void ditherRow(const DitherRow<T>& job, const Levels& levels) {
             err[job.width + i] = 0;
         }
     }
-    for (int32_t which = 0; which < reach; which++) {
-        if (job.below[which] != nullptr) spreadBelow<T, Filter>(job, which);
-    }
+    spreadBelow<T, Filter, 0>(job);
+    if (reach == 2) spreadBelow<T, Filter, 1>(job);
     if (job.right == nullptr) return;
     for (int32_t i = -reach; i < reach; i++) err[i] = err[job.width + i];
 }
