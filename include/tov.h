@@ -540,6 +540,34 @@ enum {
 TOV_API void tovDecimate(TovImage* srcImage, TovImage* dstImage, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
                          int32_t interpolate);
 
+/*
+ * Enlarges the region of srcImage over that of dstImage, xDst pixels for every xSrc across and yDst for every ySrc
+ * down: the last pixel of the enlarged region, of width * xDst / xSrc by height * yDst / ySrc pixels, takes the value
+ * of the region's last pixel, and what dstImage's region has beyond is left alone. Interpolation reads pixels around
+ * the region. Modes are TOV_INTER_NN, _LINEAR and _CUBIC; 1-bit images and those of one row or column take the nearest
+ * pixel, and a cubic of fewer than four becomes linear. Results are rounded down, but what lacks less than 0.00001
+ * counts as whole; cubic ones are limited to the range of the depth.
+ *
+ * A destination's mask is read at the destination's pixel. A source's mask, in pixel order, is enlarged with the image,
+ * by the nearest pixel, and clips the region to its own. An image of alpha alone ends the call in silence, and so does
+ * a region that lies outside its image. A tiled image is worked cell by cell, in tiles of dstImage or in 64 by 64
+ * pixels of it; each cell enlarges its part of the source's mask by itself.
+ *
+ * Reports, as tovZoom: TOV_STS_BAD_ARG, "xDst < xSrc || yDst < ySrc"; the code of a faulty header with
+ * "Incorrect Image"; TOV_STS_BAD_ARG with each comparison that failed, or for the same image twice;
+ * TOV_STS_TILE_FAILURE for differing numbers of channels, for a tile to write, and for one to read or the memory for a
+ * copy of it; TOV_STS_NO_MEMORY, "Out of memory"; a failure with a mask is followed by TOV_STS_BACKTRACE.
+ */
+TOV_API void tovZoom(TovImage* srcImage, TovImage* dstImage, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
+                     int32_t interpolate);
+
+/*
+ * Changes the size both ways: by TOV_INTER_SUPER as tovDecimate does, which only reduces, otherwise as tovZoom does, at
+ * any rates. When the status is negative at the end, TOV_STS_BACKTRACE is reported besides.
+ */
+TOV_API void tovResize(TovImage* srcImage, TovImage* dstImage, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
+                       int32_t interpolate);
+
 #ifdef __cplusplus
 }
 #endif

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "kernel/kernel.h"
 
@@ -13,8 +14,13 @@ OWN_INLINE int32_t truncated(double value) {
     return static_cast<int32_t>(low < 2147483647.0 ? low : 2147483647.0);
 }
 
-// Rounded to single precision. A function of its own, since g++ 12 leaves the rounding out where two neighbouring
-// doubles are rounded and widened again in one vector register.
-OWN_SHARED float single(double value) { return static_cast<float>(value); }
+// To the nearest integer, ties to the even one, for values between -2^31 and 2^31: adding 1.5 * 2^52 leaves the integer
+// in the low bits of the sum.
+OWN_INLINE int32_t nearestEven(double value) {
+    const double sum = value + 6755399441055744.0;
+    uint64_t bits = 0;
+    std::memcpy(&bits, &sum, sizeof bits);
+    return static_cast<int32_t>(static_cast<uint32_t>(bits));
+}
 
 } // namespace tov

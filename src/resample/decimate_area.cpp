@@ -123,7 +123,7 @@ OWN_INLINE Position eachBox(const DecimateArgs& args, Pixel pixel) {
         }
         yEnd = down.position();
     }
-    return {single(across.position()), single(yEnd)};
+    return {static_cast<float>(across.position()), static_cast<float>(yEnd)};
 }
 
 template <class T>

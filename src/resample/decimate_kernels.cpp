@@ -163,7 +163,7 @@ OWN_INLINE Position decimate(const DecimateArgs& args) {
             }
         }
     }
-    return {single(x), single(y)};
+    return {static_cast<float>(x), static_cast<float>(y)};
 }
 
 OWN_KERNEL Position ownDecimateNearest_8u(const DecimateArgs& args) { return decimate<1, 1, uint8_t>(args); }
@@ -204,7 +204,7 @@ OWN_KERNEL Position ownDecimateNearest_1u(const DecimateArgs& args) {
             putBits(dst.first + j * dst.rowStep, ptrdiff_t{dst.bitOffset} + first, count, bits << (64 - count));
         }
     }
-    return {single(x), single(y)};
+    return {static_cast<float>(x), static_cast<float>(y)};
 }
 
 // The kernels of a depth: by mode those for both axes, and those for one where the other rate is whole.

@@ -1,7 +1,6 @@
 // Decimation: reducing an image by rational rates, from its first pixel on.
 #include "core/image.h"
 #include "core/ownrect.h"
-#include "kernel/round.h"
 #include "resample/decimate.h"
 
 namespace tov {
@@ -102,8 +101,8 @@ void tovDecimate(TovImage* srcImage, TovImage* dstImage, int32_t xDst, int32_t x
                          dstImage,
                          interpolate,
                          nullptr,
-                         single(x.value()),
-                         single(y.value()),
+                         static_cast<float>(x.value()),
+                         static_cast<float>(y.value()),
                          0,
                          0,
                          {0, 0},
