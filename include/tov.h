@@ -324,6 +324,39 @@ TOV_API void tovCopy(TovImage* srcImage, TovImage* dstImage);
 TOV_API void tovSet(TovImage* image, int32_t fillValue);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Contrast curves
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * A piecewise curve. Segment i goes from key[i] to the value before key[i + 1]: there x becomes value[i] +
+ * (x - key[i]) * factor[i], or value[i] where interpolate is 0, and the result wraps at the width of the depth. Values
+ * below the first key and from the last one on stay as they are. A segment that begins at the same key as the one
+ * before it is never entered, and none behind it is. The last value and factor are never read, nor is factor with
+ * interpolate 0.
+ */
+typedef struct TovLUT {
+    int32_t num;  /* of keys, at least 2 */
+    int32_t* key; /* ascending, the first at least 0, the last at most 256 or 65536 */
+    int32_t* value;
+    int32_t* factor;
+    int32_t interpolate;
+} TovLUT;
+
+/*
+ * Maps each channel of srcImage through its curve into dstImage, under the masks of both. Depths 8U and 16U. lut has an
+ * entry for each channel of srcImage; those of channels that take no part (alpha, or all but the channel of interest)
+ * are not looked at. The curves are only read. depth and origin must agree, and dataOrder unless both images have one
+ * channel. Both may be the same image.
+ *
+ * The call also ends, without a report, when the thread's status is already negative: clear it by
+ * tovSetErrStatus(TOV_STS_OK) first. Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG for
+ * each comparison of the images that fails, for differing numbers of channels, and for the first fault of a curve;
+ * TOV_STS_NO_MEMORY when there is none for the tables; TOV_STS_TILE_FAILURE for a tile. A failure of an inner step is
+ * followed by TOV_STS_BACKTRACE.
+ */
+TOV_API void tovContrastStretch(TovImage* srcImage, TovImage* dstImage, TovLUT* const* lut);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Alpha
  *
  * Depths 8U and 16U. A sample stands for a fraction of the largest value of its depth, max: 255 or 65535. Products are
@@ -455,6 +488,24 @@ TOV_API void tovBlur(TovImage* srcImage, TovImage* dstImage, int32_t nCols, int3
 TOV_API void tovMirror(TovImage* srcImage, TovImage* dstImage, int32_t flipAxis);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Depths
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * Copies a whole image into another of the same size and, between other depths, the same number of channels, while it
+ * changes depth, data order and, where the origins differ, the order of rows. Values are limited to the range of the
+ * destination's depth, not scaled. All depths but TOV_DEPTH_32F; 1-bit images become 1-bit images only. A 1-bit
+ * destination takes one channel, that of interest where the source has more than one: values above 0 set their bit.
+ * Otherwise regions don't count, and neither do masks, alpha, channelSeq and colorModel. Nothing happens when both are
+ * the same header.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed, or for
+ * a tile that can't be had. Where an image is tiled, a negative status of the thread ends the call at a request for a
+ * tile, which is then not released: clear the status by tovSetErrStatus(TOV_STS_OK) first.
+ */
+TOV_API void tovConvert(TovImage* srcImage, TovImage* dstImage);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Bitmaps
  * --------------------------------------------------------------------------------------------------------------- */
 
@@ -504,6 +555,31 @@ typedef struct tagRGBQUAD {
  * the status keeps pixels from being expanded, too, without a report: clear it by tovSetErrStatus before.
  */
 TOV_API TovImage* tovTranslateDIB(BITMAPINFOHEADER* dib, int32_t* cloneData);
+
+/*
+ * Writes a plain image into a bitmap that the caller has laid out: a header (biSize 40) with biWidth, biHeight, bit
+ * count and compression filled in, room for the colour table or masks, and room for the uncompressed pixel array even
+ * where it is compressed. The image has 1, 3 or, with alpha, 4 channels of depth 1U, 8U or 16U, of which the high bytes
+ * count, and the row step that tovCreateImageHeader gives. Regions and masks don't count, except that a region forbids
+ * dithering. A positive biHeight makes the bitmap bottom-up.
+ *
+ * Bitmaps of 1, 4 and 8 bits take for each pixel the nearest entry of their colour table, the first of equally near
+ * ones; in a table of 256 a gray pixel takes the entry of its own number if that is the same gray. paletteConversion 0
+ * keeps the table, 1 fills it with a fixed one (if it has 2, 16 or 256 entries), 2 with one made of the image by median
+ * cut, whose length goes to biClrUsed; more than 8 bits have no table to fill. In 16 bits colours are cut or widened to
+ * their masks, in 32 bits they are put at the low end of their masks. BI_RLE8 and BI_RLE4 arrays are compressed in
+ * place at the end, and biSizeImage set, or biCompression set to 0 where that doesn't pay.
+ *
+ * dither 1 writes pixels as they are; 2 (Floyd), 4 (Jarvis), 8 (Stucki) and 16 (ordered) spread what is lost. That is
+ * for 16U images of gray or RGB, and for 8U gray ones into 1-bit bitmaps; a tiled image is served as well.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed, and for
+ * a mask of 0; TOV_STS_BAD_DATA_OR_TILE, "image->imageData==0", for a tiled image that isn't dithered;
+ * TOV_STS_BAD_COLOR_SEQ; TOV_STS_NO_MEMORY; TOV_STS_INTERNAL for a colour table that can't be made (of a tiled image,
+ * say) and after the reports of a dithering that fails, to which any status but TOV_STS_OK from earlier calls counts.
+ * The bitmap is untouched then, except that its colour table may be new.
+ */
+TOV_API void tovConvertToDIB(TovImage* image, BITMAPINFOHEADER* dib, int32_t dither, int32_t paletteConversion);
 
 /* ------------------------------------------------------------------------------------------------------------------
  * Resampling

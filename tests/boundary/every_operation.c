@@ -80,6 +80,15 @@ static void images(void) {
         expect(sum->imageData[0] == 1 && sum->imageData[1] == 200, "tovResize reduces");
         tovSet(sum, 17);
         expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovSet fills");
+        tovConvert(sum, a);
+        expect(a->imageData[2 * a->widthStep + 4] == 17, "tovConvert converts");
+        {
+            int32_t key[2] = {10, 256}, value[1] = {3}, factor[1] = {2};
+            TovLUT curve = {2, key, value, factor, 1};
+            TovLUT* const curves[1] = {&curve};
+            tovContrastStretch(sum, sum, curves);
+            expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovContrastStretch maps by a curve");
+        }
     }
     tovDeallocate(a, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
     tovDeallocate(b, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
@@ -122,6 +131,9 @@ static void bitmaps(void) {
     if (image != NULL) {
         expect(image->imageData == bitmap.pixels && image->imageData[2] == 99, "its pixels stay where they are");
         expect(image->origin == TOV_ORIGIN_BL && image->nChannels == 3, "a bottom-up bitmap is a bottom-left image");
+        bitmap.header.biHeight = -1;
+        tovConvertToDIB(image, &bitmap.header, 1, 0);
+        expect(bitmap.pixels[2] == 99, "tovConvertToDIB writes the pixels");
         tovDeallocate(image, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
     }
 }
