@@ -85,5 +85,6 @@ void addArithItems(Items& items);
 void addBlurItems(Items& items);
 void addMirrorItems(Items& items);
 void addMoveItems(Items& items);
+void addResampleItems(Items& items);
 
 } // namespace bench

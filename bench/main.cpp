@@ -72,6 +72,7 @@ int main(int argc, char** argv) {
     bench::addMirrorItems(items);
     bench::addMoveItems(items);
     bench::addAlphaItems(items);
+    bench::addResampleItems(items);
     const std::vector<const bench::Item*> chosen = items.select(filter);
     for (const bench::Item* item : chosen) registerItem(*item);
 
