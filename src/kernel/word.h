@@ -15,6 +15,15 @@ constexpr bool kFirstIsLow = false;
 constexpr bool kFirstIsLow = true;
 #endif
 
+// Two and four bytes at any address as a number. In kernels g++ makes wider vectors of these than of copies by memcpy.
+#if defined(__GNUC__)
+using Bytes2 = uint16_t __attribute__((aligned(1), may_alias));
+using Bytes4 = uint32_t __attribute__((aligned(1), may_alias));
+#else
+using Bytes2 = uint16_t;
+using Bytes4 = uint32_t;
+#endif
+
 struct Word {
     Word() = default;
     OWN_INLINE explicit Word(uint32_t value) { std::memcpy(bytes, &value, sizeof value); }

@@ -37,6 +37,15 @@ Position ownDecimateArea_1u(const DecimateArgs& args);
 Position ownDecimateArea_8u(const DecimateArgs& args);
 Position ownDecimateArea_16u(const DecimateArgs& args);
 
+// The same at 2:1 and 3:2 on both axes, for neighbouring values of 1, 3 or 4 channels. False, with nothing written,
+// where it doesn't serve.
+bool ownDecimateEven_8u(const DecimateArgs& args, Position& reached);
+
+// The zero-based channel of interest, or the first one.
+inline int32_t coiOffset(const TovImage& image) {
+    return image.roi != nullptr && image.roi->coi != 0 ? image.roi->coi - 1 : 0;
+}
+
 // One call, checked.
 struct DecimateCall {
     const Reporter& report;

@@ -101,10 +101,6 @@ OWN_INLINE int32_t average(const RowAt& rowAt, const Extent& x, const Extent& y,
     return truncated(sum * norm + 0.5);
 }
 
-int32_t coiOffset(const TovImage& image) {
-    return image.roi != nullptr && image.roi->coi != 0 ? image.roi->coi - 1 : 0;
-}
-
 double normOf(const DecimateArgs& args) { return 1 / (args.xRate * args.yRate); }
 
 // Calls pixel(column, row, x, y) with the extents of each pixel's box, row by row in blocks of columns.
@@ -146,7 +142,10 @@ OWN_INLINE Position averageValues(const DecimateArgs& args) {
 
 } // namespace
 
-Position ownDecimateArea_8u(const DecimateArgs& args) { return averageValues<uint8_t>(args); }
+Position ownDecimateArea_8u(const DecimateArgs& args) {
+    Position reached{};
+    return ownDecimateEven_8u(args, reached) ? reached : averageValues<uint8_t>(args);
+}
 Position ownDecimateArea_16u(const DecimateArgs& args) { return averageValues<uint16_t>(args); }
 
 Position ownDecimateArea_1u(const DecimateArgs& args) {

@@ -84,12 +84,9 @@ struct Grid {
         : planes(args.src->dataOrder == TOV_DATA_ORDER_PLANE),
           nPlanes(planes ? args.nChannels : 1),
           nValues(planes ? 1 : args.nChannels) {
-        const auto offset = [](const TovImage& image) {
-            return image.roi != nullptr && image.roi->coi != 0 ? image.roi->coi - 1 : 0;
-        };
         Size any = kUnlimited;
-        src = roiLane<const T>(*args.src, offset(*args.src), any);
-        dst = roiLane<T>(*args.dst, offset(*args.dst), any);
+        src = roiLane<const T>(*args.src, coiOffset(*args.src), any);
+        dst = roiLane<T>(*args.dst, coiOffset(*args.dst), any);
         x = {args.before.x, args.limit.width, src.pixelStep};
         y = {args.before.y, args.limit.height, src.rowStep};
     }
