@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstring>
 
 #include "kernel/kernel.h"
 
@@ -14,13 +13,11 @@ OWN_INLINE int32_t truncated(double value) {
     return static_cast<int32_t>(low < 2147483647.0 ? low : 2147483647.0);
 }
 
-// To the nearest integer, ties to the even one, for values between -2^31 and 2^31: adding 1.5 * 2^52 leaves the integer
-// in the low bits of the sum.
+// To the nearest integer, ties to the even one, for values between -2^31 and 2^31: adding 1.5 * 2^52 leaves no room for
+// a fraction.
 OWN_INLINE int32_t nearestEven(double value) {
-    const double sum = value + 6755399441055744.0;
-    uint64_t bits = 0;
-    std::memcpy(&bits, &sum, sizeof bits);
-    return static_cast<int32_t>(static_cast<uint32_t>(bits));
+    constexpr double room = 6755399441055744.0;
+    return static_cast<int32_t>((value + room) - room);
 }
 
 } // namespace tov

@@ -79,8 +79,7 @@ OWN_INLINE void halve<4>(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff
         const uint32_t r = below[2 * i];
         const uint32_t s = below[2 * i + 1];
         const uint32_t low = (p & pair) + (q & pair) + (r & pair) + (s & pair) + 0x00020002;
-        const uint32_t high =
-            (p >> 8 & pair) + (q >> 8 & pair) + (r >> 8 & pair) + (s >> 8 & pair) + 0x00020002;
+        const uint32_t high = (p >> 8 & pair) + (q >> 8 & pair) + (r >> 8 & pair) + (s >> 8 & pair) + 0x00020002;
         to[i] = (low >> 2 & pair) | (high >> 2 & pair) << 8;
     }
 }
@@ -128,9 +127,15 @@ using Row = const uint8_t*;
 OWN_KERNEL void ownHalves1_8u(Row a, Row b, bool, uint8_t* d, ptrdiff_t count) { halve<1>(a, b, d, count); }
 OWN_KERNEL void ownHalves3_8u(Row a, Row b, bool, uint8_t* d, ptrdiff_t count) { halve<3>(a, b, d, count); }
 OWN_KERNEL void ownHalves4_8u(Row a, Row b, bool, uint8_t* d, ptrdiff_t count) { halve<4>(a, b, d, count); }
-OWN_KERNEL void ownThirds1_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) { thirds<1>(a, b, twice, d, count); }
-OWN_KERNEL void ownThirds3_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) { thirds<3>(a, b, twice, d, count); }
-OWN_KERNEL void ownThirds4_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) { thirds<4>(a, b, twice, d, count); }
+OWN_KERNEL void ownThirds1_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) {
+    thirds<1>(a, b, twice, d, count);
+}
+OWN_KERNEL void ownThirds3_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) {
+    thirds<3>(a, b, twice, d, count);
+}
+OWN_KERNEL void ownThirds4_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) {
+    thirds<4>(a, b, twice, d, count);
+}
 
 RowKernel rowKernel(int32_t nValues, bool halves) {
     switch (nValues) {

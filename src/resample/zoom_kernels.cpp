@@ -1,14 +1,19 @@
 // The kernels of zooming: rows are interpolated along x once, and blended for as many rows as lie between them.
+#include <cstring>
 #include <limits>
 
 #include "core/memory.h"
 #include "kernel/bitrows.h"
 #include "kernel/walk.h"
+#include "kernel/word.h"
 #include "resample/zoom.h"
 
 namespace tov {
 
 namespace {
+
+// Values that are worked at once along a row.
+constexpr int32_t kBlock = 256;
 
 // The samples of one call.
 template <class T>
@@ -67,15 +72,45 @@ OWN_INLINE bool eachRow(const Samples<T>& samples, Form form) {
     return true;
 }
 
+// Takes `count` pixels of N values from the columns of a row to neighbouring places.
+template <int32_t N, class T>
+OWN_INLINE void gather(const T* row, ptrdiff_t step, const int32_t* columns, ptrdiff_t count, T* d) {
+    if (N == 1) {
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) d[i] = row[columns[i] * step];
+        return;
+    }
+    for (ptrdiff_t i = 0; i < count; i++) std::memcpy(d + N * i, row + columns[i] * step, N * sizeof(T));
+}
+
+template <class T>
+OWN_INLINE void gatherAny(int32_t nValues, const T* row, ptrdiff_t step, const int32_t* columns, ptrdiff_t count,
+                          T* d) {
+    switch (nValues) {
+    case 1: return step == 1 ? gather<1>(row, 1, columns, count, d) : gather<1>(row, step, columns, count, d);
+    case 3: return gather<3>(row, step, columns, count, d);
+    case 4: return gather<4>(row, step, columns, count, d);
+    default: break;
+    }
+    for (ptrdiff_t i = 0; i < count; i++) {
+        for (int32_t c = 0; c < nValues; c++) *d++ = row[columns[i] * step + c];
+    }
+}
+
 template <class T>
 OWN_INLINE bool zoomNearest(const ZoomArgs& args) {
     const Samples<T> samples(args);
+    const auto rowBytes = static_cast<size_t>(samples.values()) * sizeof(T);
+    const T* made = nullptr;
     return eachRow(samples, [&](int32_t plane, int32_t y, T* d) OWN_INLINE_LAMBDA {
-        const T* s = samples.src.row(plane, args.rows[y]);
-        for (int32_t i = 0; i < samples.size.width; i++) {
-            const T* pixel = s + args.columns[i] * samples.src.pixelStep;
-            for (int32_t c = 0; c < samples.nValues; c++) *d++ = pixel[c];
+        const bool again = y > 0 && args.rows[y] == args.rows[y - 1];
+        if (!again) {
+            gatherAny(samples.nValues, samples.src.row(plane, args.rows[y]), samples.src.pixelStep, args.columns,
+                      samples.size.width, d);
+        } else if (made != d) {
+            std::memcpy(d, made, rowBytes);
         }
+        made = d;
     });
 }
 
@@ -101,28 +136,87 @@ struct Newton {
     float c;
 };
 
+// The samples of a block of pixels, one after the other for each place around the position, and those of bytes that
+// stand alone, which one word holds.
+template <class T>
+struct GatheredTaps {
+    template <int32_t K>
+    OWN_INLINE int32_t at(ptrdiff_t i) const {
+        return taps[K][i];
+    }
+    const T* taps[4];
+};
+template <class W>
+struct WordTaps {
+    template <int32_t K>
+    OWN_INLINE int32_t at(ptrdiff_t i) const {
+        constexpr int32_t place = kFirstIsLow ? K : static_cast<int32_t>(sizeof(W)) - 1 - K;
+        return static_cast<int32_t>(words[i] >> (8 * place) & UINT8_MAX);
+    }
+    const W* words;
+};
+
 // How rows are made and blended: from two samples on each axis, or from four.
 struct Linear {
+    using Word = uint16_t;
     static constexpr int32_t kSamples = 2;
     static constexpr int32_t kFirst = 0; // the first of them, from the index on
     static constexpr int32_t kWeights = 1;
 
     OWN_INLINE static void weights(float t, float* w, ptrdiff_t) { *w = t; }
-    template <class T>
-    OWN_INLINE static float across(const T* s, ptrdiff_t step, const float* w, ptrdiff_t) {
-        return static_cast<float>(s[0] + double{*w} * (s[step] - s[0]));
+    template <class Taps>
+    OWN_INLINE static void across(const Taps& taps, const float* w, ptrdiff_t, float* d, ptrdiff_t count) {
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) {
+            const int32_t a = taps.template at<0>(i);
+            d[i] = static_cast<float>(a + double{w[i]} * (taps.template at<1>(i) - a));
+        }
     }
     template <class T>
     OWN_INLINE static void blend(const float* const* rows, float t, T* d, ptrdiff_t count) {
         const float* a = rows[0];
         const float* b = rows[1];
+        if constexpr (sizeof(T) > 1) return blendExactly(a, b, t, d, count);
+        for (ptrdiff_t i = 0; i < count; i += kBlock) {
+            const ptrdiff_t n = count - i < kBlock ? count - i : kBlock;
+            if (!blendClearly(a + i, b + i, t, d + i, n)) blendExactly(a + i, b + i, t, d + i, n);
+        }
+    }
+
+private:
+    template <class T>
+    OWN_INLINE static void blendExactly(const float* a, const float* b, float t, T* d, ptrdiff_t count) {
         const double second = t;
         const double first = 1 - second;
         OWN_EACH
         for (ptrdiff_t i = 0; i < count; i++) d[i] = static_cast<T>(ownRound(a[i] * first + b[i] * second));
     }
+
+    // In single precision, for bytes. Rows are below 256.01, so that difference, product and sum are each off by less
+    // than 2^-24 * 256.1 and the result by less than 0.00005; the exact form turns to the next number 0.00001 below it.
+    // So results that are further than 0.00007 from a whole number are rounded down alike. Where both rows have the
+    // same whole number it is the result of both forms. False when other ones are as near.
+    template <class T>
+    OWN_INLINE static bool blendClearly(const float* a, const float* b, float t, T* d, ptrdiff_t count) {
+        constexpr float margin = 0.00007F;
+        uint8_t doubts[kBlock];
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) {
+            const float value = a[i] + t * (b[i] - a[i]);
+            const auto whole = static_cast<int32_t>(value);
+            const float rest = value - static_cast<float>(whole);
+            const int32_t near = (rest < margin ? 1 : 0) | (rest > 1 - margin ? 1 : 0);
+            const int32_t differ = (a[i] != b[i] ? 1 : 0) | (rest != 0 ? 1 : 0);
+            d[i] = static_cast<T>(whole);
+            doubts[i] = static_cast<uint8_t>(near & differ);
+        }
+        uint32_t any = 0;
+        for (ptrdiff_t i = 0; i < count; i++) any |= doubts[i];
+        return any == 0;
+    }
 };
 struct Cubic {
+    using Word = uint32_t;
     static constexpr int32_t kSamples = 4;
     static constexpr int32_t kFirst = -1;
     static constexpr int32_t kWeights = 3;
@@ -133,10 +227,20 @@ struct Cubic {
         w[distance] = newton.b;
         w[2 * distance] = newton.c;
     }
-    template <class T>
-    OWN_INLINE static float across(const T* s, ptrdiff_t step, const float* w, ptrdiff_t distance) {
-        const Newton newton(w[0], w[distance], w[2 * distance]);
-        return static_cast<float>(newton.at(s[0], s[step], s[2 * step], s[3 * step]));
+    // Differences of samples are whole numbers, of which single precision loses nothing.
+    template <class Taps>
+    OWN_INLINE static void across(const Taps& taps, const float* w, ptrdiff_t distance, float* d, ptrdiff_t count) {
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) {
+            const int32_t v0 = taps.template at<0>(i);
+            const int32_t v1 = taps.template at<1>(i);
+            const int32_t v2 = taps.template at<2>(i);
+            const int32_t d1 = v1 - v0;
+            const int32_t d2 = v2 - v1 - d1;
+            const int32_t d3 = taps.template at<3>(i) - 2 * v2 + v1 - d2;
+            const double line = v0 + double{w[i]} * d1;
+            d[i] = static_cast<float>(line + double{w[i + distance]} * d2 + double{w[i + 2 * distance]} * d3);
+        }
     }
     template <class T>
     OWN_INLINE static void blend(const float* const* rows, float t, T* d, ptrdiff_t count) {
@@ -163,14 +267,16 @@ public:
     OWN_INLINE RowBuffers(const ZoomArgs& args, const Samples<T>& samples)
         : args_(args),
           samples_(samples),
-          weights_(static_cast<size_t>(args.size.width) * Mode::kWeights),
-          values_(static_cast<size_t>(samples.values()) * Mode::kSamples) {
+          weights_(static_cast<size_t>(samples.values()) * Mode::kWeights),
+          values_(static_cast<size_t>(samples.values()) * Mode::kSamples),
+          taps_(static_cast<size_t>(kBlock + samples.nValues) * Mode::kSamples) {
         if (!complete()) return;
+        float* w = weights_.get();
         for (int32_t i = 0; i < args.size.width; i++) {
-            Mode::weights(args.columnFractions[i], weights_.get() + i, args.size.width);
+            for (int32_t c = 0; c < samples.nValues; c++) Mode::weights(args.columnFractions[i], w++, samples.values());
         }
     }
-    bool complete() const { return weights_ && values_; }
+    bool complete() const { return weights_ && values_ && taps_; }
 
     // Points rows[] at the buffers of the rows from `first` on.
     OWN_INLINE void fill(int32_t plane, int32_t first, const float** rows) {
@@ -188,10 +294,29 @@ private:
     OWN_INLINE void stretch(int32_t plane, int32_t y, float* d) const {
         const ptrdiff_t step = samples_.src.pixelStep;
         const T* row = samples_.src.row(plane, y) + Mode::kFirst * step;
-        for (int32_t i = 0; i < args_.size.width; i++) {
-            const T* s = row + args_.columns[i] * step;
-            const float* w = weights_.get() + i;
-            for (int32_t c = 0; c < samples_.nValues; c++) *d++ = Mode::across(s + c, step, w, args_.size.width);
+        if (sizeof(T) == 1 && step == 1) return stretchBytes(reinterpret_cast<const uint8_t*>(row), d);
+        const int32_t nValues = samples_.nValues;
+        const int32_t most = nValues < kBlock ? kBlock / nValues : 1; // pixels at once
+        GatheredTaps<T> taps{};
+        for (int32_t i = 0; i < args_.size.width; i += most) {
+            const int32_t count = smaller(args_.size.width - i, most);
+            for (int32_t k = 0; k < Mode::kSamples; k++) {
+                T* samples = taps_.get() + ptrdiff_t{k} * most * nValues;
+                gatherAny(nValues, row + k * step, step, args_.columns + i, count, samples);
+                taps.taps[k] = samples;
+            }
+            const ptrdiff_t first = ptrdiff_t{i} * nValues;
+            Mode::across(taps, weights_.get() + first, samples_.values(), d + first, ptrdiff_t{count} * nValues);
+        }
+    }
+
+    OWN_INLINE void stretchBytes(const uint8_t* row, float* d) const {
+        typename Mode::Word words[kBlock];
+        for (int32_t i = 0; i < args_.size.width; i += kBlock) {
+            const int32_t count = smaller(args_.size.width - i, kBlock);
+            const int32_t* columns = args_.columns + i;
+            for (int32_t k = 0; k < count; k++) std::memcpy(words + k, row + columns[k], sizeof words[0]);
+            Mode::across(WordTaps<typename Mode::Word>{words}, weights_.get() + i, samples_.values(), d + i, count);
         }
     }
 
@@ -203,6 +328,7 @@ private:
     const Samples<T>& samples_;
     AlignedBlock<float> weights_;
     AlignedBlock<float> values_;
+    AlignedBlock<T> taps_; // the samples of a block of pixels
     Held held_[Mode::kSamples];
 };
 
