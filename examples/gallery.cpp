@@ -13,6 +13,7 @@
 #include "image.h"
 #include "page.h"
 #include "picture.h"
+#include "sizes.h"
 #include "tov.h"
 
 namespace {
@@ -252,7 +253,8 @@ constexpr Exhibit kExhibits[] = {
     {showSum, kValues},          {showDifference, kValues},  {showEdges, kNothing},     {showRegion, kNothing},
     {showSpotlight, kNothing},   {showMaskedFill, kNothing}, {showOr, kNothing},        {showAndNot, kNothing},
     {showTwoMasks, kNothing},    {showChannel, kColors},     {showSwap, kColors},       {showTiles, kValues},
-    {showSoftEdge, kColorBytes}, {showOperators, kNothing},  {showTwists, kColorBytes},
+    {showSoftEdge, kColorBytes}, {showOperators, kNothing},  {showTwists, kColorBytes}, {showMirrors, kNothing},
+    {showEnlarged, kValues},     {showReduced, kValues},
 };
 
 bool has(const TovImage& source, Needs needs) {
