@@ -157,6 +157,12 @@ struct WordTaps {
     const W* words;
 };
 
+// A result in single precision, and how far the rows differ that it is made of.
+struct Nearly {
+    float value;
+    float rise;
+};
+
 // How rows are made and blended: from two samples on each axis, or from four.
 struct Linear {
     using Weights = float;
@@ -183,11 +189,10 @@ struct Linear {
     // the result by less than 0.00005.
     static constexpr float kMargin = 0.00007F;
     static bool servesNearly(float) { return true; }
-    OWN_INLINE static float nearly(const float* const* rows, float t, ptrdiff_t i, float& rise) {
+    OWN_INLINE static Nearly nearly(const float* const* rows, float t, ptrdiff_t i) {
         const float a = rows[0][i];
         const float difference = rows[1][i] - a;
-        rise = std::fabs(difference);
-        return a + t * difference;
+        return {a + t * difference, std::fabs(difference)};
     }
 };
 struct Cubic {
@@ -232,14 +237,14 @@ struct Cubic {
     // 0.00135.
     static constexpr float kMargin = 0.0014F;
     static bool servesNearly(float t) { return t > -0.00002F && t <= 1; }
-    OWN_INLINE static float nearly(const float* const* rows, const Newton& newton, ptrdiff_t i, float& rise) {
+    OWN_INLINE static Nearly nearly(const float* const* rows, const Newton& newton, ptrdiff_t i) {
         const float first = rows[1][i] - rows[0][i];
         const float middle = rows[2][i] - rows[1][i];
         const float last = rows[3][i] - rows[2][i];
         const float second = middle - first;
         const float third = (last - middle) - second;
-        rise = std::fabs(first) + std::fabs(second) + std::fabs(third);
-        return rows[0][i] + newton.s * first + newton.b * second + newton.c * third;
+        return {rows[0][i] + newton.s * first + newton.b * second + newton.c * third,
+                std::fabs(first) + std::fabs(second) + std::fabs(third)};
     }
 };
 
@@ -251,12 +256,12 @@ OWN_INLINE int32_t blendNearly(const float* const* rows, const Weights& weights,
                                ptrdiff_t count) {
     OWN_EACH
     for (ptrdiff_t i = 0; i < count; i++) {
-        float rise = 0; // 0 where all rows are the same
-        const float value = Mode::nearly(rows, weights, i, rise);
+        const Nearly nearly = Mode::nearly(rows, weights, i);
+        const float value = nearly.value;
         const auto whole = static_cast<int32_t>(value);
         const float rest = std::fabs(value - static_cast<float>(whole));
         const int32_t near = (rest < Mode::kMargin ? 1 : 0) | (rest > 1 - Mode::kMargin ? 1 : 0);
-        const int32_t differs = rise + rest != 0 ? 1 : 0;
+        const int32_t differs = nearly.rise + rest != 0 ? 1 : 0;
         const int32_t low = whole > 0 ? whole : 0;
         d[i] = static_cast<uint8_t>(low < UINT8_MAX ? low : UINT8_MAX);
         doubts[i] = static_cast<uint8_t>(near & differs);
