@@ -15,10 +15,11 @@ constexpr bool kFirstIsLow = false;
 constexpr bool kFirstIsLow = true;
 #endif
 
-// Two and four bytes at any address as a number. In kernels g++ makes wider vectors of these than of copies by memcpy.
+// Two and four bytes at any address as a number. In kernels g++ makes wider vectors of these than of copies by
+// memcpy. Name them in declarations: `auto` forgets that they may lie anywhere.
 #if defined(__GNUC__)
-using Bytes2 = uint16_t __attribute__((aligned(1), may_alias));
-using Bytes4 = uint32_t __attribute__((aligned(1), may_alias));
+using Bytes2 __attribute__((aligned(1), may_alias)) = uint16_t;
+using Bytes4 __attribute__((aligned(1), may_alias)) = uint32_t;
 #else
 using Bytes2 = uint16_t;
 using Bytes4 = uint32_t;

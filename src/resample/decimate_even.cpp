@@ -13,16 +13,17 @@ namespace {
 // Source values that are worked at once: a multiple of 6 pixels of 1, 3 and 4 values.
 constexpr ptrdiff_t kBlock = 1152;
 
-// At 3:2 samples count by halves on each axis: twice and once. S is 4 times the box's sum, and its mean is never
-// halfway between two numbers, so that dividing by 9 gives what the literal form gives, as checked here for every S.
-constexpr uint8_t ninth(int32_t S) {
-    const auto rounded = static_cast<uint16_t>(S + 4);
+// At 3:2 samples count by halves on each axis: twice and once. `sum` is 4 times the box's, whose mean is never
+// halfway between two numbers, so that dividing by 9 gives what the literal form gives, as checked here for every sum.
+constexpr uint8_t ninth(int32_t sum) {
+    const auto rounded = static_cast<uint16_t>(sum + 4);
     return static_cast<uint8_t>(static_cast<uint32_t>(rounded) * 7282U >> 16);
 }
 constexpr bool ninthIsExact() {
     constexpr double norm = 1 / (1.5 * 1.5);
-    for (int32_t S = 0; S <= 9 * 255; S++) {
-        if (ninth(S) != static_cast<uint8_t>(S / 4.0 * norm + 0.5)) return false;
+    for (int32_t sum = 0; sum <= 9 * 255; sum++) {
+        const double mean = sum / 4.0 * norm + 0.5;
+        if (ninth(sum) != static_cast<uint8_t>(mean)) return false;
     }
     return true;
 }
@@ -55,8 +56,8 @@ OWN_INLINE void halve(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff_t 
 // Two bytes as a word have the same sum in either byte order.
 template <>
 OWN_INLINE void halve<1>(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff_t count) {
-    const auto* above = reinterpret_cast<const Bytes2*>(a);
-    const auto* below = reinterpret_cast<const Bytes2*>(b);
+    const Bytes2* above = reinterpret_cast<const Bytes2*>(a);
+    const Bytes2* below = reinterpret_cast<const Bytes2*>(b);
     OWN_EACH
     for (ptrdiff_t i = 0; i < count; i++) {
         const auto low = static_cast<uint16_t>((above[i] & UINT8_MAX) + (below[i] & UINT8_MAX));
@@ -69,9 +70,9 @@ OWN_INLINE void halve<1>(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff
 template <>
 OWN_INLINE void halve<4>(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff_t count) {
     constexpr uint32_t pair = 0x00FF00FF;
-    const auto* above = reinterpret_cast<const Bytes4*>(a);
-    const auto* below = reinterpret_cast<const Bytes4*>(b);
-    auto* to = reinterpret_cast<Bytes4*>(d);
+    const Bytes4* above = reinterpret_cast<const Bytes4*>(a);
+    const Bytes4* below = reinterpret_cast<const Bytes4*>(b);
+    Bytes4* to = reinterpret_cast<Bytes4*>(d);
     OWN_EACH
     for (ptrdiff_t i = 0; i < count; i++) {
         const uint32_t p = above[2 * i];
@@ -124,24 +125,24 @@ OWN_INLINE void thirds(const uint8_t* a, const uint8_t* b, bool firstTwice, uint
 using RowKernel = void (*)(const uint8_t* a, const uint8_t* b, bool firstTwice, uint8_t* d, ptrdiff_t count);
 using Row = const uint8_t*;
 
-OWN_KERNEL void ownHalves1_8u(Row a, Row b, bool, uint8_t* d, ptrdiff_t count) { halve<1>(a, b, d, count); }
-OWN_KERNEL void ownHalves3_8u(Row a, Row b, bool, uint8_t* d, ptrdiff_t count) { halve<3>(a, b, d, count); }
-OWN_KERNEL void ownHalves4_8u(Row a, Row b, bool, uint8_t* d, ptrdiff_t count) { halve<4>(a, b, d, count); }
-OWN_KERNEL void ownThirds1_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) {
+OWN_KERNEL void ownHalvesOne_8u(Row a, Row b, bool, uint8_t* d, ptrdiff_t count) { halve<1>(a, b, d, count); }
+OWN_KERNEL void ownHalvesThree_8u(Row a, Row b, bool, uint8_t* d, ptrdiff_t count) { halve<3>(a, b, d, count); }
+OWN_KERNEL void ownHalvesFour_8u(Row a, Row b, bool, uint8_t* d, ptrdiff_t count) { halve<4>(a, b, d, count); }
+OWN_KERNEL void ownThirdsOne_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) {
     thirds<1>(a, b, twice, d, count);
 }
-OWN_KERNEL void ownThirds3_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) {
+OWN_KERNEL void ownThirdsThree_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) {
     thirds<3>(a, b, twice, d, count);
 }
-OWN_KERNEL void ownThirds4_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) {
+OWN_KERNEL void ownThirdsFour_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) {
     thirds<4>(a, b, twice, d, count);
 }
 
 RowKernel rowKernel(int32_t nValues, bool halves) {
     switch (nValues) {
-    case 1: return halves ? ownHalves1_8u : ownThirds1_8u;
-    case 3: return halves ? ownHalves3_8u : ownThirds3_8u;
-    case 4: return halves ? ownHalves4_8u : ownThirds4_8u;
+    case 1: return halves ? ownHalvesOne_8u : ownThirdsOne_8u;
+    case 3: return halves ? ownHalvesThree_8u : ownThirdsThree_8u;
+    case 4: return halves ? ownHalvesFour_8u : ownThirdsFour_8u;
     default: return nullptr;
     }
 }
@@ -164,10 +165,11 @@ bool ownDecimateEven_8u(const DecimateArgs& args, Position& reached) {
     const ptrdiff_t column = static_cast<ptrdiff_t>(args.at.x) * nValues;
     for (int32_t plane = 0; plane < (planes ? args.nChannels : 1); plane++) {
         double y = args.at.y;
-        for (int32_t j = 0; j < args.size.height; j++, y += args.yRate) {
+        for (int32_t j = 0; j < args.size.height; j++) {
             const auto first = static_cast<int32_t>(y);
             kernel(src.row(plane, first) + column, src.row(plane, first + 1) + column, y == first, dst.row(plane, j),
                    args.size.width);
+            y += args.yRate;
         }
     }
     reached = {static_cast<float>(reached.x), static_cast<float>(reached.y)};

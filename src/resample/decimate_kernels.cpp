@@ -147,16 +147,20 @@ OWN_INLINE Position decimate(const DecimateArgs& args) {
     for (int32_t first = 0; first < args.size.width; first += kColumns) {
         const int32_t count = smaller(args.size.width - first, kColumns);
         const bool fromFirst = x < kAtFirst;
-        for (int32_t i = 0; i < count; i++, x += args.xRate) columns[i] = tapsAt<NX>(x, grid.x);
+        for (int32_t i = 0; i < count; i++) {
+            columns[i] = tapsAt<NX>(x, grid.x);
+            x += args.xRate;
+        }
         for (int32_t plane = 0; plane < grid.nPlanes; plane++) {
             y = args.at.y;
-            for (int32_t j = 0; j < args.size.height; j++, y += args.yRate) {
+            for (int32_t j = 0; j < args.size.height; j++) {
                 T* d = grid.dst.row(plane, j) + first * grid.dst.pixelStep;
                 if (NY > 1 && y < kAtFirst) {
                     blockRow<NX, 1>(grid, plane, Taps<1>{{0}, 0}, columns, count, fromFirst, d);
                 } else {
                     blockRow<NX, NY>(grid, plane, tapsAt<NY>(y, grid.y), columns, count, fromFirst, d);
                 }
+                y += args.yRate;
             }
         }
     }
@@ -190,15 +194,19 @@ OWN_KERNEL Position ownDecimateNearest_1u(const DecimateArgs& args) {
     ptrdiff_t columns[most];
     for (int32_t first = 0; first < args.size.width; first += most) {
         const int32_t count = smaller(args.size.width - first, most);
-        for (int32_t i = 0; i < count; i++, x += args.xRate) columns[i] = src.bitOffset + tapsAt<1>(x, xAxis).at[0];
+        for (int32_t i = 0; i < count; i++) {
+            columns[i] = src.bitOffset + tapsAt<1>(x, xAxis).at[0];
+            x += args.xRate;
+        }
         y = args.at.y;
-        for (int32_t j = 0; j < args.size.height; j++, y += args.yRate) {
+        for (int32_t j = 0; j < args.size.height; j++) {
             const uint8_t* row = src.first + tapsAt<1>(y, yAxis).at[0];
             uint64_t bits = 0;
             for (int32_t i = 0; i < count; i++) {
                 bits = bits << 1 | (row[columns[i] >> 3] >> (7 - (columns[i] & 7)) & 1);
             }
             putBits(dst.first + j * dst.rowStep, ptrdiff_t{dst.bitOffset} + first, count, bits << (64 - count));
+            y += args.yRate;
         }
     }
     return {static_cast<float>(x), static_cast<float>(y)};

@@ -53,7 +53,10 @@ public:
         if (mode != TOV_INTER_NN) fractions_ = AlignedBlock<float>(static_cast<size_t>(count));
         if (!indices_ || (mode != TOV_INTER_NN && !fractions_)) return false;
         double position = mode == TOV_INTER_NN ? start + 0.5 : start;
-        for (int32_t i = 0; i < count; i++, position += step) put(axis, mode, static_cast<size_t>(i), position);
+        for (int32_t i = 0; i < count; i++) {
+            put(axis, mode, static_cast<size_t>(i), position);
+            position += step;
+        }
         return true;
     }
     const int32_t* indices() const { return indices_.get(); }
