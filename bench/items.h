@@ -89,5 +89,6 @@ void addHistItems(Items& items);
 void addMirrorItems(Items& items);
 void addMoveItems(Items& items);
 void addReduceItems(Items& items);
+void addResampleItems(Items& items);
 
 } // namespace bench

@@ -36,13 +36,15 @@ bool takeOption(std::vector<std::string>& arguments, const std::string& name, st
 }
 
 void registerItem(const bench::Item& item) {
-    benchmark::RegisterBenchmark(item.id().c_str(), [&item](benchmark::State& state) {
+    const auto measure = [&item](benchmark::State& state) {
         const bench::Call call = item.prepare();
         for ([[maybe_unused]] auto _ : state) {
             call();
             benchmark::ClobberMemory();
         }
-    })->MeasureProcessCPUTime(); // peers may work on a thread of their own
+    };
+    // A peer may do its work in a thread of its own: the process's time has that, too.
+    benchmark::RegisterBenchmark(item.id().c_str(), measure)->MeasureProcessCPUTime();
 }
 
 } // namespace
@@ -76,6 +78,7 @@ int main(int argc, char** argv) {
     bench::addHistItems(items);
     bench::addReduceItems(items);
     bench::addDibItems(items);
+    bench::addResampleItems(items);
     const std::vector<const bench::Item*> chosen = items.select(filter);
     for (const bench::Item* item : chosen) registerItem(*item);
 

@@ -15,6 +15,7 @@
 #include "image.h"
 #include "page.h"
 #include "picture.h"
+#include "sizes.h"
 #include "tov.h"
 
 namespace {
@@ -258,6 +259,7 @@ constexpr Exhibit kExhibits[] = {
     {showSoftEdge, kColorBytes}, {showOperators, kNothing},  {showTwists, kColorBytes},
     {showSharpening, kValues},   {showEmboss, kValues},      {showEdgeMagnitude, kValues},
     {showCurve, kValues},        {showDithers, kColorBytes}, {showRoundTrips, kColorBytes},
+    {showMirrors, kNothing},     {showEnlarged, kValues},    {showReduced, kValues},
 };
 
 bool has(const TovImage& source, Needs needs) {

@@ -44,6 +44,13 @@ Image makeLike(const Image& other, int32_t fillValue) {
     return withPixels(same(*other.get(), nullptr, nullptr), fillValue);
 }
 
+Image makeSized(const Image& other, int32_t width, int32_t height) {
+    TovImage form = *other.get();
+    form.width = width;
+    form.height = height;
+    return withPixels(same(form, nullptr, nullptr), 0);
+}
+
 Image makeTiledLike(const Image& other, TovTileInfo* tiles, void* id) { return checked(same(*other.get(), tiles, id)); }
 
 Image makeMask(const Image& other, const std::function<bool(int32_t x, int32_t y)>& isSet) {

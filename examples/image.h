@@ -27,6 +27,9 @@ private:
 // An image of the same form and size as another one, filled with a value. Throws std::bad_alloc, as all makers here do.
 Image makeLike(const Image& other, int32_t fillValue = 0);
 
+// An image of the same form and another size, filled with 0.
+Image makeSized(const Image& other, int32_t width, int32_t height);
+
 // A header of that form without pixels, for tiles that the application serves.
 Image makeTiledLike(const Image& other, TovTileInfo* tiles, void* id);
 

@@ -645,6 +645,69 @@ TOV_API TovImage* tovTranslateDIB(BITMAPINFOHEADER* dib, int32_t* cloneData);
  */
 TOV_API void tovConvertToDIB(TovImage* image, BITMAPINFOHEADER* dib, int32_t dither, int32_t paletteConversion);
 
+/* ------------------------------------------------------------------------------------------------------------------
+ * Resampling
+ *
+ * Depths 1U, 8U and 16U. Rows are taken as they are stored. The images must not share pixels. A negative status of the
+ * thread before the call ends it without a report: clear it by tovSetErrStatus(TOV_STS_OK) first.
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/* How pixels are made of those around a position. */
+enum {
+    TOV_INTER_NN = 0,     /* the nearest pixel */
+    TOV_INTER_LINEAR = 1, /* lines between two pixels on each axis */
+    TOV_INTER_CUBIC = 2,  /* cubics through four pixels on each axis */
+    TOV_INTER_SUPER = 3   /* the average of the area that a pixel covers */
+};
+
+/*
+ * Reduces the region of srcImage: xDst pixels for every xSrc across, yDst for every ySrc down, stepping by xSrc / xDst
+ * and ySrc / yDst from the region's first pixel on. At most width * xDst / xSrc by height * yDst / ySrc pixels are
+ * written, rounded down, from the first pixel of dstImage's region on. Alpha is a channel like the others; the images
+ * may differ in channels, of which as many are written as both have. Masks play no part.
+ *
+ * TOV_INTER_LINEAR and TOV_INTER_CUBIC results are truncated; area averages are rounded. At whole rates on both axes
+ * these two modes pick pixels, and so does every mode for a source below 4 by 4 pixels, for one in tiles smaller than
+ * the area of a pixel, and for 1-bit images but by TOV_INTER_SUPER. Where a rate isn't whole, picking begins half a
+ * pixel on. The last pixel or row is repeated where a position needs one that the image doesn't have.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with each comparison that failed: the
+ * same image twice, depths, origins or data orders that differ, a channel of interest in one image where the other has
+ * several channels and none of interest, an unknown mode, rates below 1 or that enlarge; TOV_STS_INTERNAL with
+ * "dstImage->tileInfo->callBack crash", or with "srcImage->tileInfo->callBack crash" where a tile or the memory for a
+ * copy can't be had; a tile of dstImage that is held then is not released.
+ */
+TOV_API void tovDecimate(TovImage* srcImage, TovImage* dstImage, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
+                         int32_t interpolate);
+
+/*
+ * Enlarges the region of srcImage over that of dstImage, xDst pixels for every xSrc across and yDst for every ySrc
+ * down: the last pixel of the enlarged region, of width * xDst / xSrc by height * yDst / ySrc pixels, takes the value
+ * of the region's last pixel, and what dstImage's region has beyond is left alone. Interpolation reads pixels around
+ * the region. Modes are TOV_INTER_NN, _LINEAR and _CUBIC; 1-bit images and those of one row or column take the nearest
+ * pixel, and a cubic of fewer than four becomes linear. Results are rounded down, but what lacks less than 0.00001
+ * counts as whole; cubic ones are limited to the range of the depth.
+ *
+ * A destination's mask is read at the destination's pixel. A source's mask, in pixel order, is enlarged with the image,
+ * by the nearest pixel, and clips the region to its own. An image of alpha alone ends the call in silence, and so does
+ * a region that lies outside its image. A tiled image is worked cell by cell, in tiles of dstImage or in 64 by 64
+ * pixels of it; each cell enlarges its part of the source's mask by itself.
+ *
+ * Reports, as tovZoom: TOV_STS_BAD_ARG, "xDst < xSrc || yDst < ySrc"; the code of a faulty header with
+ * "Incorrect Image"; TOV_STS_BAD_ARG with each comparison that failed, or for the same image twice;
+ * TOV_STS_TILE_FAILURE for differing numbers of channels, for a tile to write, and for one to read or the memory for a
+ * copy of it; TOV_STS_NO_MEMORY, "Out of memory"; a failure with a mask is followed by TOV_STS_BACKTRACE.
+ */
+TOV_API void tovZoom(TovImage* srcImage, TovImage* dstImage, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
+                     int32_t interpolate);
+
+/*
+ * Changes the size both ways: by TOV_INTER_SUPER as tovDecimate does, which only reduces, otherwise as tovZoom does, at
+ * any rates. When the status is negative at the end, TOV_STS_BACKTRACE is reported besides.
+ */
+TOV_API void tovResize(TovImage* srcImage, TovImage* dstImage, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
+                       int32_t interpolate);
+
 #ifdef __cplusplus
 }
 #endif

@@ -63,6 +63,12 @@ struct Reporter {
         return passes(checks, N);
     }
     bool passes(const Check* checks, int32_t count) const;
+
+    // Reports each of the checks that fails as TOV_STS_BAD_ARG.
+    template <int32_t N>
+    void all(const Check (&checks)[N]) const {
+        for (const Check& check : checks) passes(&check, 1);
+    }
 };
 
 } // namespace tov

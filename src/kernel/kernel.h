@@ -37,7 +37,8 @@ OWN_INLINE void prefetchStart(const void* address) {
 }
 
 // Heads a loop whose iterations are independent: rows are the same or disjoint. Walks find out once per call whether
-// that holds and otherwise take a loop without it.
+// that holds and otherwise take a loop without it. A local variable of the loop whose address is taken, by memcpy or a
+// reference that isn't optimised away first, keeps g++ to the vector length of a kernel's first copy.
 #if defined(__GNUC__)
 #define OWN_EACH _Pragma("omp simd")
 #else

@@ -37,6 +37,16 @@ OWN_INLINE uint64_t zeroBytes(uint64_t word) {
     return ~(((word & low) + low) | word | low);
 }
 
+// Two and four bytes at any address as a number. In kernels g++ makes wider vectors of these than of copies by
+// memcpy. Name them in declarations: `auto` forgets that they may lie anywhere.
+#if defined(__GNUC__)
+using Bytes2 __attribute__((aligned(1), may_alias)) = uint16_t;
+using Bytes4 __attribute__((aligned(1), may_alias)) = uint32_t;
+#else
+using Bytes2 = uint16_t;
+using Bytes4 = uint32_t;
+#endif
+
 struct Word {
     Word() = default;
     OWN_INLINE explicit Word(uint32_t value) { std::memcpy(bytes, &value, sizeof value); }

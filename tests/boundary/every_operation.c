@@ -72,6 +72,12 @@ static void images(void) {
         expect(sum->imageData[4] == 1 && sum->imageData[0] == 200, "tovMirror reverses columns");
         tovBlur(b, sum, 3, 1, 1, 0);
         expect(sum->imageData[1] == 100 && sum->imageData[0] == 66, "tovBlur averages with the constant 0 outside");
+        tovDecimate(a, sum, 1, 2, 1, 2, TOV_INTER_NN);
+        expect(sum->imageData[0] == 1 && sum->imageData[1] == 200 && sum->imageData[2] == 100, "tovDecimate picks");
+        tovZoom(a, sum, 2, 1, 2, 1, TOV_INTER_LINEAR);
+        expect(sum->imageData[0] == 1 && sum->imageData[1] == 89, "tovZoom lays lines between pixels");
+        tovResize(a, sum, 1, 2, 1, 1, TOV_INTER_NN);
+        expect(sum->imageData[0] == 1 && sum->imageData[1] == 200, "tovResize reduces");
         tovSet(sum, 17);
         expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovSet fills");
         tovConvert(sum, a);

@@ -26,9 +26,9 @@ std::string compareCase(const Case& c, const Sweep& sweep, std::map<std::string,
 // Lets each tile request of a case fail in turn. The reports must be those of `reportsOf` for the image whose tile
 // failed and the mode; what was asked before stays as without the failure; no tile stays held; every byte is that of
 // before or that of a full run. In `bands`, tiles held at the failure are released after the report, in the order of
-// the images.
+// the images. With keepsWritten, a tile that is held for writing while one to read fails stays held.
 void failEachTile(const Case& c, const Sweep& sweep, bool bands,
-                  const std::function<Reports(const TileEvent& failed)>& reportsOf);
+                  const std::function<Reports(const TileEvent& failed)>& reportsOf, bool keepsWritten = false);
 
 // The call must report exactly this, change nothing, ask for no tile, and leave the status of the reports' first
 // failure, or 0.
