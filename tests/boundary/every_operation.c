@@ -72,6 +72,8 @@ static void images(void) {
         expect(sum->imageData[4] == 1 && sum->imageData[0] == 200, "tovMirror reverses columns");
         tovBlur(b, sum, 3, 1, 1, 0);
         expect(sum->imageData[1] == 100 && sum->imageData[0] == 66, "tovBlur averages with the constant 0 outside");
+        tovErode(b, sum, 1);
+        expect(sum->imageData[sum->widthStep + 1] == 100 && sum->imageData[0] == 0, "tovErode takes the least value");
         tovSet(sum, 17);
         expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovSet fills");
     }
