@@ -324,6 +324,39 @@ TOV_API void tovCopy(TovImage* srcImage, TovImage* dstImage);
 TOV_API void tovSet(TovImage* image, int32_t fillValue);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Contrast curves
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * A piecewise curve. Segment i goes from key[i] to the value before key[i + 1]: there x becomes value[i] +
+ * (x - key[i]) * factor[i], or value[i] where interpolate is 0, and the result wraps at the width of the depth. Values
+ * below the first key and from the last one on stay as they are. A segment that begins at the same key as the one
+ * before it is never entered, and none behind it is. The last value and factor are never read, nor is factor with
+ * interpolate 0.
+ */
+typedef struct TovLUT {
+    int32_t num;  /* of keys, at least 2 */
+    int32_t* key; /* ascending, the first at least 0, the last at most 256 or 65536 */
+    int32_t* value;
+    int32_t* factor;
+    int32_t interpolate;
+} TovLUT;
+
+/*
+ * Maps each channel of srcImage through its curve into dstImage, under the masks of both. Depths 8U and 16U. lut has an
+ * entry for each channel of srcImage; those of channels that take no part (alpha, or all but the channel of interest)
+ * are not looked at. The curves are only read. depth and origin must agree, and dataOrder unless both images have one
+ * channel. Both may be the same image.
+ *
+ * The call also ends, without a report, when the thread's status is already negative: clear it by
+ * tovSetErrStatus(TOV_STS_OK) first. Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG for
+ * each comparison of the images that fails, for differing numbers of channels, and for the first fault of a curve;
+ * TOV_STS_NO_MEMORY when there is none for the tables; TOV_STS_TILE_FAILURE for a tile. A failure of an inner step is
+ * followed by TOV_STS_BACKTRACE.
+ */
+TOV_API void tovContrastStretch(TovImage* srcImage, TovImage* dstImage, TovLUT* const* lut);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Alpha
  *
  * Depths 8U and 16U. A sample stands for a fraction of the largest value of its depth, max: 255 or 65535. Products are
@@ -473,6 +506,24 @@ TOV_API void tovErode(TovImage* srcImage, TovImage* dstImage, int32_t nIteration
  * read, the call ends with the status TOV_STS_NO_MEMORY and no report.
  */
 TOV_API void tovMirror(TovImage* srcImage, TovImage* dstImage, int32_t flipAxis);
+
+/* ------------------------------------------------------------------------------------------------------------------
+ * Depths
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * Copies a whole image into another of the same size and, between other depths, the same number of channels, while it
+ * changes depth, data order and, where the origins differ, the order of rows. Values are limited to the range of the
+ * destination's depth, not scaled. All depths but TOV_DEPTH_32F; 1-bit images become 1-bit images only. A 1-bit
+ * destination takes one channel, that of interest where the source has more than one: values above 0 set their bit.
+ * Otherwise regions don't count, and neither do masks, alpha, channelSeq and colorModel. Nothing happens when both are
+ * the same header.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed, or for
+ * a tile that can't be had. Where an image is tiled, a negative status of the thread ends the call at a request for a
+ * tile, which is then not released: clear the status by tovSetErrStatus(TOV_STS_OK) first.
+ */
+TOV_API void tovConvert(TovImage* srcImage, TovImage* dstImage);
 
 /* ------------------------------------------------------------------------------------------------------------------
  * Bitmaps

@@ -45,6 +45,8 @@ public:
     // The tile's pixels, or null; a tile that could not be had is not held.
     uint8_t* get(int32_t col, int32_t row);
     void release();
+    // Owes no release any more.
+    void dismiss() { held_ = false; }
     bool held() const { return held_; }
 
 private:

@@ -8,7 +8,8 @@
 
 namespace tov {
 
-// The bytes that a walk touches: nPlanes planes of nRows rows of rowBytes bytes each.
+// The bytes that a walk touches: nPlanes planes of nRows rows of rowBytes bytes each. Rows that are walked from the
+// last one up have a negative step.
 struct Footprint {
     const void* first;
     ptrdiff_t rowBytes;
@@ -16,6 +17,8 @@ struct Footprint {
     ptrdiff_t nRows;
     ptrdiff_t planeStep;
     ptrdiff_t nPlanes;
+
+    ptrdiff_t rowsBytes() const { return (nRows - 1) * (rowStep < 0 ? -rowStep : rowStep); }
 };
 
 // True when a byte of one footprint can be a byte of the other at another position of the walk. The same footprint
@@ -25,9 +28,11 @@ OWN_SHARED bool overlapsElsewhere(const Footprint& a, const Footprint& b) {
     const bool samePlanes = a.planeStep == b.planeStep || a.nPlanes <= 1;
     if (a.first == b.first && a.rowBytes == b.rowBytes && sameRows && samePlanes) return false;
     if (a.nRows <= 0 || a.rowBytes <= 0 || a.nPlanes <= 0) return false;
-    const auto beginOf = [](const Footprint& f) { return reinterpret_cast<uintptr_t>(f.first); };
+    const auto beginOf = [](const Footprint& f) {
+        return reinterpret_cast<uintptr_t>(f.first) - static_cast<uintptr_t>(f.rowStep < 0 ? f.rowsBytes() : 0);
+    };
     const auto lengthOf = [](const Footprint& f) {
-        return static_cast<uintptr_t>((f.nPlanes - 1) * f.planeStep + (f.nRows - 1) * f.rowStep + f.rowBytes);
+        return static_cast<uintptr_t>((f.nPlanes - 1) * f.planeStep + f.rowsBytes() + f.rowBytes);
     };
     const uintptr_t beginA = beginOf(a);
     const uintptr_t beginB = beginOf(b);

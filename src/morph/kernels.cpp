@@ -73,11 +73,15 @@ OWN_INLINE void lowerRows(Lesser lesser, uint8_t* running, const uint8_t* row, c
 }
 
 template <class T>
-OWN_INLINE void selectValues(uint8_t* row, const uint8_t* other, const uint8_t* mask, int32_t bit, ptrdiff_t count) {
-    const Lane<T> to = {reinterpret_cast<T*>(row), 0, 0, 1};
-    const Lane<const T> from = {reinterpret_cast<const T*>(other), 0, 0, 1};
+OWN_INLINE void selectValues(const Lane<T>& to, const Lane<const T>& from, const MaskLane& mask, ptrdiff_t count) {
     const auto same = [](T value) OWN_INLINE_LAMBDA { return value; };
-    walkLanes<true>({static_cast<int32_t>(count), 1, 1, 1}, {mask, 0, bit}, same, to, from);
+    walkLanes<true>({static_cast<int32_t>(count), 1, 1, 1}, mask, same, to, from);
+}
+
+// A row buffer as a lane.
+template <class T, class Byte>
+OWN_INLINE Lane<T> laneOf(Byte* row) {
+    return {reinterpret_cast<T*>(row), 0, 0, 1};
 }
 
 ptrdiff_t bytesOf(ptrdiff_t nBits) { return (nBits + 7) >> 3; }
@@ -122,11 +126,11 @@ OWN_KERNEL void ownMorphSelect_1u(uint8_t* row, const uint8_t* other, const uint
 }
 OWN_KERNEL void ownMorphSelect_8u(uint8_t* row, const uint8_t* other, const uint8_t* mask, int32_t bit,
                                   ptrdiff_t count) {
-    selectValues<uint8_t>(row, other, mask, bit, count);
+    selectValues(laneOf<uint8_t>(row), laneOf<const uint8_t>(other), {mask, 0, bit}, count);
 }
 OWN_KERNEL void ownMorphSelect_16u(uint8_t* row, const uint8_t* other, const uint8_t* mask, int32_t bit,
                                    ptrdiff_t count) {
-    selectValues<uint16_t>(row, other, mask, bit, count);
+    selectValues(laneOf<uint16_t>(row), laneOf<const uint16_t>(other), {mask, 0, bit}, count);
 }
 
 constexpr MorphKernels kBits = {ownErodeRow1U, ownLowerRow_1u, ownLowerRows_1u, ownMorphSelect_1u};

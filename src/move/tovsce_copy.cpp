@@ -34,30 +34,10 @@ void reportDifferences(const TovImage& src, const TovImage& dst) {
     }
 }
 
-// A cleared 1-bit image: masks of masks can keep bits of it from being written, and its row ends can reach those of the
-// destination. Where the header can't be had, tovAllocateImage reports that.
-TemporaryImage makeBits(int32_t dataOrder, int32_t origin, int32_t align, Size size) {
-    TovImage* image = makeBitHeader(dataOrder, origin, align, size);
-    tovAllocateImage(image, 1, 0);
-    return TemporaryImage(image);
-}
-
-// The mask of two images whose masks differ; without a value where the call ends.
-TemporaryImage mergeMasks(TovImage* srcMask, TovImage* dstMask) {
-    Size size;
-    if (!ownCommonSize3(*srcMask, *dstMask, nullptr, size, true)) return {};
-    TemporaryImage merged = makeBits(TOV_DATA_ORDER_PLANE, srcMask->origin, TOV_ALIGN_4BYTES, size);
-    if (tovGetErrStatus() < 0 && report.backtrace() != 0) return {};
-    tovAnd(srcMask, dstMask, merged.get());
-    // Whatever the handler says, there is no going on without pixels.
-    if (tovGetErrStatus() < 0 && (report.backtrace() != 0 || !merged)) return {};
-    return merged;
-}
-
 // dst = (dst and not mask) or (src and mask), by operations on whole images.
 void copyMaskedBits(TovImage* srcImage, TovImage* dstImage, TovImage* mask, Size size) {
     {
-        const TemporaryImage part = makeBits(mask->dataOrder, mask->origin, mask->align, size);
+        const TemporaryImage part = ownBitImage(mask->dataOrder, mask->origin, mask->align, size);
         if (tovGetErrStatus() < 0) return;
         {
             const MaskLoan whole(mask, nullptr);
@@ -120,13 +100,9 @@ void tovCopy(TovImage* srcImage, TovImage* dstImage) {
     // A failure left by an earlier call ends this one, too.
     if (tovGetErrStatus() < 0 || srcImage == dstImage) return;
 
-    TovImage* mask = dstImage->maskROI != nullptr ? dstImage->maskROI : srcImage->maskROI;
-    TemporaryImage merged;
-    if (srcImage->maskROI != nullptr && dstImage->maskROI != nullptr && srcImage->maskROI != dstImage->maskROI) {
-        merged = mergeMasks(srcImage->maskROI, dstImage->maskROI);
-        if (!merged) return;
-        mask = merged.get();
-    }
+    const PairMask merged(report, *srcImage, *dstImage);
+    if (merged.failed()) return;
+    TovImage* mask = merged.get();
     Size size;
     if (!ownCommonSize3(*srcImage, *dstImage, mask, size, true)) return;
     if (srcImage->depth == TOV_DEPTH_1U && mask != nullptr) return copyMaskedBits(srcImage, dstImage, mask, size);

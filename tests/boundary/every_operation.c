@@ -76,6 +76,15 @@ static void images(void) {
         expect(sum->imageData[sum->widthStep + 1] == 100 && sum->imageData[0] == 0, "tovErode takes the least value");
         tovSet(sum, 17);
         expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovSet fills");
+        tovConvert(sum, a);
+        expect(a->imageData[2 * a->widthStep + 4] == 17, "tovConvert converts");
+        {
+            int32_t key[2] = {10, 256}, value[1] = {3}, factor[1] = {2};
+            TovLUT curve = {2, key, value, factor, 1};
+            TovLUT* const curves[1] = {&curve};
+            tovContrastStretch(sum, sum, curves);
+            expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovContrastStretch maps by a curve");
+        }
     }
     tovDeallocate(a, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
     tovDeallocate(b, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);

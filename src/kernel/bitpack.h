@@ -1,0 +1,49 @@
+// Rows of values to rows of bits.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "kernel/kernel.h"
+
+namespace tov {
+
+// The least significant bits of eight bytes, the first one's in front.
+OWN_INLINE uint8_t firstBits(const uint8_t* flags) {
+    uint64_t word = 0;
+    std::memcpy(&word, flags, sizeof word);
+    // The product moves each byte's bit to its place among the uppermost eight; no two terms meet there.
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    return static_cast<uint8_t>((word * UINT64_C(0x0102040810204081)) >> 56);
+#else
+    return static_cast<uint8_t>((word * UINT64_C(0x8040201008040201)) >> 56);
+#endif
+}
+
+// Bit i of a row becomes test(s[i * step]), for `count` values, from the first byte's most significant bit on. Bits
+// behind the last one stay. The row and the values don't overlap.
+template <class T, class Test>
+OWN_INLINE void packBits(Test test, int32_t count, const T* s, ptrdiff_t step, uint8_t* row) {
+    constexpr int32_t kBlock = 64;
+    uint8_t flags[kBlock];
+    for (int32_t x = 0; x < count; x += kBlock) {
+        const int32_t n = count - x < kBlock ? count - x : kBlock;
+        const T* from = s + x * step;
+        if (n == kBlock && step == 1) {
+            OWN_EACH
+            for (int32_t i = 0; i < kBlock; i++) flags[i] = test(from[i]) ? 1 : 0;
+        } else {
+            std::memset(flags, 0, sizeof flags);
+            for (int32_t i = 0; i < n; i++) flags[i] = test(from[i * step]) ? 1 : 0;
+        }
+        uint8_t* bytes = row + (x >> 3);
+        for (int32_t i = 0; i < n >> 3; i++) bytes[i] = firstBits(flags + 8 * i);
+        if ((n & 7) == 0) continue;
+        const auto kept = static_cast<uint8_t>(0xFF >> (n & 7));
+        uint8_t& last = bytes[n >> 3];
+        last = static_cast<uint8_t>((last & kept) | firstBits(flags + (n & ~7)));
+    }
+}
+
+} // namespace tov

@@ -1,0 +1,45 @@
+// Conversion between depths.
+#include "core/context.h"
+#include "core/image.h"
+#include "reduce/convert_walk.h"
+
+namespace tov {
+
+namespace {
+
+constexpr Reporter report{"tovConvert", "..\\_SRC\\tovcvrt"};
+
+bool isServed(const TovImage& src, const TovImage& dst) {
+    const bool toBits = dst.depth == TOV_DEPTH_1U && src.depth != TOV_DEPTH_1U;
+    const bool needsChannel = toBits && src.nChannels > 1;
+    return report.passes({
+        {src.depth == TOV_DEPTH_32F, "(srcImage->depth == 32)"},
+        {dst.depth == TOV_DEPTH_32F, "(dstImage->depth == 32)"},
+        {src.height != dst.height, "(srcImage->height != dstImage->height)"},
+        {src.width != dst.width, "(srcImage->width != dstImage->width)"},
+        {needsChannel && src.roi == nullptr, "(srcImage->roi == 0)"},
+        {needsChannel && src.roi != nullptr && src.roi->coi == 0, "(srcImage->roi->coi == 0)"},
+        {!toBits && src.nChannels != dst.nChannels, "srcImage->nChannels != dstImage->nChannels"},
+        {src.depth == TOV_DEPTH_1U && dst.depth != TOV_DEPTH_1U,
+         "((srcImage->depth == 1) && (srcImage->depth != dstImage->depth))"},
+    });
+}
+
+} // namespace
+
+} // namespace tov
+
+using namespace tov;
+
+void tovConvert(TovImage* srcImage, TovImage* dstImage) {
+    if (!report.accepts(srcImage) || !report.accepts(dstImage)) return;
+    if (srcImage == dstImage || !isServed(*srcImage, *dstImage)) return;
+
+    if (dstImage->depth != TOV_DEPTH_1U) {
+        const ConvertKernel kernel = convertElementsKernel(srcImage->depth, dstImage->depth);
+        return ownConvertWalk(report, *srcImage, *dstImage, kernel, 0);
+    }
+    if (srcImage->depth == TOV_DEPTH_1U) return ownConvertWalk(report, *srcImage, *dstImage, ownConvert1UCopy, 0);
+    const int32_t channel = srcImage->nChannels < 2 ? 0 : srcImage->roi->coi - 1;
+    ownConvertWalk(report, *srcImage, *dstImage, convertTo1UKernel(srcImage->depth), channel);
+}
