@@ -84,6 +84,7 @@ void addAlphaItems(Items& items);
 void addArithItems(Items& items);
 void addBlurItems(Items& items);
 void addMirrorItems(Items& items);
+void addMorphItems(Items& items);
 void addMoveItems(Items& items);
 
 } // namespace bench

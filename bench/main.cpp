@@ -69,6 +69,7 @@ int main(int argc, char** argv) {
     bench::Items items;
     bench::addArithItems(items);
     bench::addBlurItems(items);
+    bench::addMorphItems(items);
     bench::addMirrorItems(items);
     bench::addMoveItems(items);
     bench::addAlphaItems(items);

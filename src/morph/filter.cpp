@@ -24,7 +24,7 @@ public:
         : kernels_(kernels), width_(width), side_(int64_t{2} * nIterations + 1) {
         const int64_t valuesInRow = width + side_ - 1;
         const int64_t bits = depthBits(depth);
-        const int64_t distance = alignUp(valuesInRow * bits, int64_t{8} * kAlign) / 8;
+        const int64_t distance = alignUp((valuesInRow * bits + 7) / 8 + kBeyondRow, kAlign);
         const int64_t nRows = side_ + kOwnRows;
         const auto most = static_cast<int64_t>(SIZE_MAX / 4);
         if (valuesInRow > INT32_MAX || nRows > most / distance) return;
@@ -110,20 +110,22 @@ bool noTile(const MorphCall& call, const char* context) {
     return false;
 }
 
-// Writes a row of results. Under a mask it is merged with what the destination holds, and written as a whole.
+// Writes row y of the results. Under a mask a row in tiles is read, merged and written as a whole.
 bool putRow(const MorphCall& call, const MorphChannel& dst, const MorphKernels& kernels, const uint8_t* minima,
             int32_t y, uint8_t* merged) {
-    const TovROI& roi = *call.dst->roi;
-    if (call.mask != nullptr) {
-        if (!ownRowBordered(dst, roi.xOffset, roi.yOffset + y, merged, roi.width)) {
-            return noTile(call, "Error get tile to read");
+    const Point at = {call.dst->roi->xOffset, call.dst->roi->yOffset + y};
+    const int32_t width = call.dst->roi->width;
+    if (call.mask.first != nullptr) {
+        const MaskLane mask = {call.mask.first + y * call.mask.rowStep, 0, call.mask.bitOffset};
+        if (call.dst->tileInfo == nullptr) {
+            kernels.select(plainRow(dst, at), minima, mask, width);
+            return true;
         }
-        const uint8_t* bits = call.mask->imageData + ptrdiff_t{y} * call.mask->widthStep;
-        kernels.select(merged, minima, bits, 0, roi.width);
+        if (!ownRowBordered(dst, at.x, at.y, merged, width)) return noTile(call, "Error get tile to read");
+        kernels.select({merged, 0, 1}, minima, mask, width);
         minima = merged;
     }
-    return ownMorphWriteRow(minima, roi.width, dst, {roi.xOffset, roi.yOffset + y}) ||
-           noTile(call, "Error get tile to write");
+    return ownMorphWriteRow(minima, width, dst, at) || noTile(call, "Error get tile to write");
 }
 
 bool erodeChannel(const MorphCall& call, RowRing& ring, const MorphKernels& kernels, const MorphChannel& src,

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "core/context.h"
-#include "core/geometry.h"
+#include "kernel/maskruns.h"
 #include "tov.h"
 
 namespace tov {
@@ -12,7 +12,7 @@ struct MorphCall {
     const Reporter& report;
     TovImage* src;
     TovImage* dst;
-    const TovImage* mask; // 1-bit, of that size and without region; or null
+    MaskLane mask; // of that size, or none
     int32_t nIterations;
 };
 

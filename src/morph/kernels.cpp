@@ -45,7 +45,7 @@ OWN_INLINE void erodeValues(uint8_t* line, uint8_t* spare, int64_t side, uint8_t
 OWN_INLINE void erodeBits(uint8_t* line, uint8_t* spare, int64_t side, uint8_t* out, ptrdiff_t count) {
     const auto both = [](uint64_t, uint64_t a, uint64_t b) OWN_INLINE_LAMBDA { return a & b; };
     const auto pass = [both](uint8_t* to, const uint8_t* from, ptrdiff_t distance, ptrdiff_t n) OWN_INLINE_LAMBDA {
-        bitRow(both, static_cast<int32_t>(n), to, 0, BitPlace{from, 0}, BitPlace{from, distance});
+        bitWords(both, to, (n + 63) >> 6, BitPlace{from, 0}, BitPlace{from, distance});
     };
     erodeRow(line, spare, side, out, count, pass);
 }
@@ -73,15 +73,10 @@ OWN_INLINE void lowerRows(Lesser lesser, uint8_t* running, const uint8_t* row, c
 }
 
 template <class T>
-OWN_INLINE void selectValues(const Lane<T>& to, const Lane<const T>& from, const MaskLane& mask, ptrdiff_t count) {
+OWN_INLINE void selectValues(const RowValues& to, const uint8_t* minima, const MaskLane& mask, int32_t count) {
+    const Lane<T> lane = {reinterpret_cast<T*>(to.row) + to.first, 0, 0, to.step};
     const auto same = [](T value) OWN_INLINE_LAMBDA { return value; };
-    walkLanes<true>({static_cast<int32_t>(count), 1, 1, 1}, mask, same, to, from);
-}
-
-// A row buffer as a lane.
-template <class T, class Byte>
-OWN_INLINE Lane<T> laneOf(Byte* row) {
-    return {reinterpret_cast<T*>(row), 0, 0, 1};
+    walkLanes<true>({count, 1, 1, 1}, mask, same, lane, Lane<const T>{reinterpret_cast<const T*>(minima), 0, 0, 1});
 }
 
 ptrdiff_t bytesOf(ptrdiff_t nBits) { return (nBits + 7) >> 3; }
@@ -119,18 +114,16 @@ OWN_KERNEL void ownLowerRows_16u(uint8_t* running, const uint8_t* row, const uin
     lowerRows<uint16_t>(Least<uint16_t>(), running, row, earlier, out, count);
 }
 
-OWN_KERNEL void ownMorphSelect_1u(uint8_t* row, const uint8_t* other, const uint8_t* mask, int32_t bit,
-                                  ptrdiff_t count) {
+OWN_KERNEL void ownMorphSelect_1u(const RowValues& to, const uint8_t* minima, const MaskLane& mask, int32_t count) {
     const auto chosen = [](uint64_t old, uint64_t b, uint64_t m) OWN_INLINE_LAMBDA { return (old & ~m) | (b & m); };
-    bitRow(chosen, static_cast<int32_t>(count), row, 0, BitPlace{other, 0}, BitPlace{mask, bit});
+    bitRow(chosen, count, to.row + (to.first >> 3), static_cast<int32_t>(to.first & 7), BitPlace{minima, 0},
+           BitPlace{mask.first, mask.bitOffset});
 }
-OWN_KERNEL void ownMorphSelect_8u(uint8_t* row, const uint8_t* other, const uint8_t* mask, int32_t bit,
-                                  ptrdiff_t count) {
-    selectValues(laneOf<uint8_t>(row), laneOf<const uint8_t>(other), {mask, 0, bit}, count);
+OWN_KERNEL void ownMorphSelect_8u(const RowValues& to, const uint8_t* minima, const MaskLane& mask, int32_t count) {
+    selectValues<uint8_t>(to, minima, mask, count);
 }
-OWN_KERNEL void ownMorphSelect_16u(uint8_t* row, const uint8_t* other, const uint8_t* mask, int32_t bit,
-                                   ptrdiff_t count) {
-    selectValues(laneOf<uint16_t>(row), laneOf<const uint16_t>(other), {mask, 0, bit}, count);
+OWN_KERNEL void ownMorphSelect_16u(const RowValues& to, const uint8_t* minima, const MaskLane& mask, int32_t count) {
+    selectValues<uint16_t>(to, minima, mask, count);
 }
 
 constexpr MorphKernels kBits = {ownErodeRow1U, ownLowerRow_1u, ownLowerRows_1u, ownMorphSelect_1u};

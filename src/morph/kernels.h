@@ -4,7 +4,20 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "kernel/maskruns.h"
+
 namespace tov {
+
+// Values along a row: the place of the first one in it, counted in values, and the distance to the next one. A negative
+// distance goes leftwards.
+struct RowValues {
+    uint8_t* row;
+    ptrdiff_t first;
+    ptrdiff_t step;
+};
+
+// What may be read and written behind the last value of a buffer: bits are worked in words.
+constexpr ptrdiff_t kBeyondRow = 16;
 
 // Lengths and positions count values. At 1 bit the minimum is the logical and.
 struct MorphKernels {
@@ -15,8 +28,8 @@ struct MorphKernels {
     void (*lower)(uint8_t* row, const uint8_t* other, ptrdiff_t count);
     // The same for two rows at once: running takes in row, and out is the lesser of running and earlier.
     void (*lowerBoth)(uint8_t* running, const uint8_t* row, const uint8_t* earlier, uint8_t* out, ptrdiff_t count);
-    // row takes over the values of other whose mask bits, from bit `bit` of `mask` on, are set.
-    void (*select)(uint8_t* row, const uint8_t* other, const uint8_t* mask, int32_t bit, ptrdiff_t count);
+    // The values become those of minima whose bits in the mask's first row are set.
+    void (*select)(const RowValues& to, const uint8_t* minima, const MaskLane& mask, int32_t count);
 };
 
 // Of depth 1U, 8U or 16U.

@@ -40,23 +40,30 @@ OwnRect ownMorphRect(const TovImage& image) {
     return rect;
 }
 
-// Makes the one mask of a call, whose bits are set where every mask allows it. False when it can't be made.
-bool mergeMasks(const TovImage& src, const TovImage& dst, Size size, TemporaryImage& merged) {
+// The mask of a call, whose bits are set where every mask allows it: a single one as it stands, unless it has a mask or
+// an alpha channel itself, otherwise all of them merged. False when that can't be done.
+bool findMask(const TovImage& src, const TovImage& dst, Size size, TemporaryImage& merged, MaskLane& mask) {
+    TovImage* single = src.maskROI == nullptr ? dst.maskROI : dst.maskROI == nullptr ? src.maskROI : nullptr;
+    if (single != nullptr && single->maskROI == nullptr && single->alphaChannel == 0) {
+        mask = roiMask(*single, size);
+        return true;
+    }
     merged = TemporaryImage(makeBitHeader(TOV_DATA_ORDER_PIXEL, dst.origin, TOV_ALIGN_8BYTES, size));
     if (merged.get() != nullptr) tovAllocateImage(merged.get(), 1, 1);
     if (!merged) {
         tovSetErrStatus(TOV_STS_NO_MEMORY);
         return false;
     }
-    for (TovImage* mask : {src.maskROI, dst.maskROI}) {
-        if (mask != nullptr) tovAnd(merged.get(), mask, merged.get());
+    for (TovImage* one : {src.maskROI, dst.maskROI}) {
+        if (one != nullptr) tovAnd(merged.get(), one, merged.get());
     }
+    mask = roiMask(*merged.get(), size);
     return tovGetErrStatus() == TOV_STS_OK;
 }
 
-// Gives the working headers their common regions and, where an image has a mask, the destination the merged one. False
-// when there is nothing to do, or when the status says what has failed.
-bool ownMorphPrepare(ImageView& src, ImageView& dst, TemporaryImage& mask) {
+// Gives the working headers their common regions, and finds the mask. False when there is nothing to do, or when the
+// status says what has failed.
+bool ownMorphPrepare(ImageView& src, ImageView& dst, TemporaryImage& merged, MaskLane& mask) {
     const OwnRect from = ownMorphRect(src.header);
     const OwnRect to = ownMorphRect(dst.header);
     const Size size = smaller({from.width, from.height}, {to.width, to.height});
@@ -64,9 +71,7 @@ bool ownMorphPrepare(ImageView& src, ImageView& dst, TemporaryImage& mask) {
     src.place(from.x, from.y, size);
     dst.place(to.x, to.y, size);
     if (src.header.maskROI == nullptr && dst.header.maskROI == nullptr) return true;
-    if (!mergeMasks(src.header, dst.header, size, mask)) return false;
-    dst.header.maskROI = mask.get();
-    return true;
+    return findMask(src.header, dst.header, size, merged, mask);
 }
 
 } // namespace
@@ -80,7 +85,8 @@ void tovErode(TovImage* srcImage, TovImage* dstImage, int32_t nIterations) {
     if (!ownMorphCheck(srcImage, dstImage, nIterations)) return;
     ImageView src(*srcImage);
     ImageView dst(*dstImage);
-    TemporaryImage mask;
-    if (!ownMorphPrepare(src, dst, mask)) return;
-    ownMorphFilter({report, &src.header, &dst.header, mask.get(), nIterations});
+    TemporaryImage merged;
+    MaskLane mask;
+    if (!ownMorphPrepare(src, dst, merged, mask)) return;
+    ownMorphFilter({report, &src.header, &dst.header, mask, nIterations});
 }

@@ -60,13 +60,6 @@ Mapped mapped(int32_t mode, int64_t c, int32_t length) {
     }
 }
 
-// Values along a row: the place of the first one in it, in values, and the distance to the next, -1 being leftwards.
-struct RowValues {
-    uint8_t* row;
-    ptrdiff_t first;
-    ptrdiff_t step;
-};
-
 template <class T>
 void copyValues(ptrdiff_t count, const RowValues& to, const RowValues& from) {
     T* d = reinterpret_cast<T*>(to.row) + to.first;
@@ -178,6 +171,11 @@ bool ownRowBordered(const MorphChannel& from, int64_t x, int32_t y, uint8_t* row
         if (onePixel) ownRowFill(image.depth, ownPixelGet(image.depth, rowBuffer, pos), rowBuffer, pos, run);
     }
     return true;
+}
+
+RowValues plainRow(const MorphChannel& channel, Point at) {
+    const TovImage& image = *channel.image;
+    return valuesAt(channel, image.imageData, image.widthStep, image.height, at, true);
 }
 
 bool ownMorphWriteRow(const uint8_t* rowBuffer, int32_t count, const MorphChannel& to, Point at) {

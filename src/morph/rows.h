@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "core/geometry.h"
+#include "morph/kernels.h"
 #include "tov.h"
 
 namespace tov {
@@ -26,6 +27,8 @@ void ownRowFill(uint32_t depth, int32_t value, uint8_t* rowBuffer, ptrdiff_t pos
 // repeats, and tiles are asked for one at a time. False when a tile can't be had.
 bool ownRowBordered(const MorphChannel& from, int64_t x, int32_t y, uint8_t* rowBuffer, int32_t count);
 
+// A plain image's values of the channel from a point on.
+RowValues plainRow(const MorphChannel& channel, Point at);
 // Writes `count` values from a point of the image on, tile by tile. False when a tile can't be had.
 bool ownMorphWriteRow(const uint8_t* rowBuffer, int32_t count, const MorphChannel& to, Point at);
 
