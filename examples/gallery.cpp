@@ -11,6 +11,7 @@
 #include "bitmap_file.h"
 #include "colours.h"
 #include "image.h"
+#include "neighbourhoods.h"
 #include "page.h"
 #include "picture.h"
 #include "tov.h"
@@ -252,7 +253,8 @@ constexpr Exhibit kExhibits[] = {
     {showSum, kValues},          {showDifference, kValues},  {showEdges, kNothing},     {showRegion, kNothing},
     {showSpotlight, kNothing},   {showMaskedFill, kNothing}, {showOr, kNothing},        {showAndNot, kNothing},
     {showTwoMasks, kNothing},    {showChannel, kColors},     {showSwap, kColors},       {showTiles, kValues},
-    {showSoftEdge, kColorBytes}, {showOperators, kNothing},  {showTwists, kColorBytes},
+    {showSoftEdge, kColorBytes}, {showOperators, kNothing},  {showTwists, kColorBytes}, {showBlur, kNothing},
+    {showErosion, kNothing},     {showErodedBits, kNothing},
 };
 
 bool has(const TovImage& source, Needs needs) {

@@ -99,6 +99,7 @@ bool ownMorphReadRow(const MorphChannel& from, int64_t x, int64_t y, uint8_t* ro
     const int64_t row = y < top ? top : y > bottom ? bottom : y;
     if (!ownRowBordered(from, x, static_cast<int32_t>(row), rowBuffer, count)) return false;
     const auto beyond = static_cast<int32_t>(roi.xOffset - 1 - x);
+    if (beyond == 0) return true;
     const int32_t right = count - 1 - beyond;
     ownRowFill(depth, ownPixelGet(depth, rowBuffer, beyond), rowBuffer, 0, beyond);
     ownRowFill(depth, ownPixelGet(depth, rowBuffer, right), rowBuffer, right + 1, beyond);
