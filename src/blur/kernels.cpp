@@ -158,7 +158,7 @@ bool ownBlur_1u(const BlurArgs& args) {
     if (!columns || !bytes || !bits) return false;
     uint8_t* in = bytes.get();
     uint8_t* out = in + nColumns;
-    const auto row = [&](ptrdiff_t y) { return args.work->imageData + y * args.work->widthStep; };
+    const auto row = [&](ptrdiff_t y) { return args.work->row(0, y); };
     for (ptrdiff_t i = 0; i < nColumns; i++) columns[static_cast<size_t>(i)] = 0;
     for (int32_t y = 0; y < args.nRows; y++) {
         unpackBits(row(y), in, nColumns);

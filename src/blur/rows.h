@@ -10,9 +10,9 @@ namespace tov {
 // The samples of one call. Pixel order is worked with all channels of a pixel side by side, plane order plane by plane.
 struct BlurShape {
     explicit BlurShape(const BlurArgs& args)
-        : planes(args.work->dataOrder == TOV_DATA_ORDER_PLANE),
-          nSide(planes ? 1 : args.work->nChannels),
-          channels(channelsOf(*args.work)),
+        : planes(args.work->image().dataOrder == TOV_DATA_ORDER_PLANE),
+          nSide(planes ? 1 : args.work->image().nChannels),
+          channels(channelsOf(args.work->image())),
           nPlanes(planes ? channels.count : 1) {}
 
     // The samples of a row of output, of a row of the work image, and from a window's first column to the one behind
@@ -22,8 +22,7 @@ struct BlurShape {
     ptrdiff_t reach(const BlurArgs& args) const { return ptrdiff_t{args.nCols} * nSide; }
 
     const uint8_t* row(const BlurArgs& args, int32_t plane, ptrdiff_t y) const {
-        const ptrdiff_t first = planes ? (channels.offset + plane) * planeDistance(*args.work) : 0;
-        return args.work->imageData + first + y * args.work->widthStep;
+        return args.work->row(planes ? channels.offset + plane : 0, y);
     }
 
     bool planes;
