@@ -41,8 +41,16 @@ public:
         if (args.mask != nullptr) mask_ = roiMask(*args.mask, size_);
     }
 
+    // Where a row of results may be made at once: null if a mask or a channel of the destination is to be left alone.
+    T* direct(int32_t plane, int32_t y) const {
+        const bool whole = dst_.pixelStep == shape_.nSide && (shape_.planes || shape_.channels.count == shape_.nSide);
+        const bool apart = dst_.rowStep >= static_cast<ptrdiff_t>(sizeof(T)) * size_.width * shape_.nSide;
+        return whole && apart && mask_.first == nullptr ? dst_.row(plane, y) : nullptr;
+    }
+
     // Stores what the mask and the channels of the call let through.
     OWN_INLINE void put(const T* results, int32_t plane, int32_t y) const {
+        if (results == direct(plane, y)) return;
         const int32_t nValues = shape_.planes ? 1 : shape_.channels.count;
         const Span span = {size_.width, 1, 1, nValues};
         const Lane<const T> from = {results + (shape_.planes ? 0 : shape_.channels.offset), 0, 0, shape_.nSide};

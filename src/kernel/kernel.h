@@ -34,3 +34,10 @@
 #else
 #define OWN_EACH
 #endif
+
+// Heads a loop in which an iteration may need what the eighth iteration before it, or an earlier one, has made.
+#if defined(__GNUC__)
+#define OWN_EACH_8 _Pragma("omp simd safelen(8)")
+#else
+#define OWN_EACH_8
+#endif
