@@ -89,13 +89,17 @@ OWN_INLINE void addRow(Column* columns, const T* in, ptrdiff_t count) {
     for (ptrdiff_t i = 0; i < count; i++) columns[i] = static_cast<Column>(columns[i] + in[i]);
 }
 
-// Each running sum along a row needs the one before it. So kRows rows of output are worked side by side: what belongs
-// to one column, or to one pixel, stands in neighbouring places, and running sums fill vectors.
-constexpr ptrdiff_t kRows = BlurSource::kAhead + 1;
+// Each running sum along a row needs the one before it. So several rows of output are worked side by side: what belongs
+// to one column, or to one pixel, stands in neighbouring places, and running sums fill vectors of kStep places.
+// Channels of a pixel stand side by side already: of four and more, two rows are enough.
+constexpr ptrdiff_t kStep = 8;
+constexpr ptrdiff_t kManyRows = 8;
+constexpr ptrdiff_t kFewRows = 2;
+static_assert(kManyRows <= BlurSource::kAhead + 1, "so many rows are there at once");
 
 // The sums of each column in the next kRows rows of output, side by side, from those of the first. In the step from one
 // row to the next they take in a row and give up another.
-template <class Column, class T>
+template <ptrdiff_t kRows, class Column, class T>
 OWN_INLINE void turnRows(Column* columns, Column* aside, const T* const (&in)[kRows], const T* const (&out)[kRows],
                          ptrdiff_t count) {
     OWN_EACH
@@ -119,7 +123,7 @@ OWN_INLINE void slide(const Column* aside, ptrdiff_t reach, ptrdiff_t step, Sum*
 }
 
 // Results that stand side by side go to their rows.
-template <class T>
+template <ptrdiff_t kRows, class T>
 OWN_INLINE void partRows(const T* aside, T* const (&rows)[kRows], ptrdiff_t first, ptrdiff_t count) {
     OWN_EACH
     for (ptrdiff_t i = 0; i < count; i++) {
@@ -128,7 +132,7 @@ OWN_INLINE void partRows(const T* aside, T* const (&rows)[kRows], ptrdiff_t firs
 }
 
 // The work area of integer blurs.
-template <class T, class Column, class Sum>
+template <class T, class Column, class Sum, ptrdiff_t kRows>
 struct BlurSums {
     static constexpr ptrdiff_t kPixels = 64; // worked at a time
 
@@ -153,9 +157,9 @@ struct BlurSums {
     // The next kRows rows of results; the rows that enter and leave windows on the way to the next ones are given.
     OWN_INLINE void blur(const Average& average, const T* const (&in)[kRows], const T* const (&out)[kRows],
                          ptrdiff_t reach, T* const (&rows)[kRows]) {
-        turnRows(columns_.get(), aside_.get(), in, out, nColumns_);
-        if (nSide_ == 1) { // a step that the compiler knows lets it keep running sums in registers
-            slideRows(average, reach * kRows, kRows, rows);
+        turnRows<kRows>(columns_.get(), aside_.get(), in, out, nColumns_);
+        if (nSide_ * kRows == kStep) { // a step that the compiler knows lets it keep running sums in registers
+            slideRows(average, reach * kRows, kStep, rows);
         } else {
             slideRows(average, reach * kRows, nSide_ * kRows, rows);
         }
@@ -176,7 +180,7 @@ private:
             n = nOutputs_ - done < block ? nOutputs_ - done : block;
             slide(aside + done * kRows, reach, step, windows, n * kRows);
             averageValues(average, windows, averages_.get(), n * kRows);
-            partRows(averages_.get(), rows, done, n);
+            partRows<kRows>(averages_.get(), rows, done, n);
             for (ptrdiff_t i = 0; i < step; i++) windows[i] = windows[n * kRows + i];
         }
     }
@@ -190,11 +194,11 @@ private:
     AlignedBlock<T> averages_;
 };
 
-template <class T, class Column, class Sum>
-OWN_INLINE bool blurValues(const BlurArgs& args, const Average& average) {
+template <class T, class Column, class Sum, ptrdiff_t kRows>
+OWN_INLINE bool blurGroups(const BlurArgs& args, const Average& average) {
     const BlurShape shape(args);
     const ptrdiff_t nOutputs = shape.outputs(args);
-    BlurSums<T, Column, Sum> sums(shape.columns(args), nOutputs, shape.nSide);
+    BlurSums<T, Column, Sum, kRows> sums(shape.columns(args), nOutputs, shape.nSide);
     const AlignedBlock<T> results(static_cast<size_t>(nOutputs * kRows));
     if (!sums || !results) return false;
     const BlurOutput<T> output(args, shape);
@@ -202,7 +206,7 @@ OWN_INLINE bool blurValues(const BlurArgs& args, const Average& average) {
         const auto row = [&](ptrdiff_t y) { return reinterpret_cast<const T*>(shape.row(args, plane, y)); };
         sums.start(row, args.nRows);
         for (int32_t y = 0; y < args.size.height; y += kRows) {
-            const ptrdiff_t n = smaller(kRows, args.size.height - y);
+            const int32_t n = smaller(int32_t{kRows}, args.size.height - y);
             const T* in[kRows];
             const T* out[kRows];
             T* rows[kRows];
@@ -217,6 +221,13 @@ OWN_INLINE bool blurValues(const BlurArgs& args, const Average& average) {
         }
     }
     return true;
+}
+
+template <class T, class Column, class Sum>
+OWN_INLINE bool blurValues(const BlurArgs& args, const Average& average) {
+    const bool many = BlurShape(args).nSide * kFewRows < kStep;
+    return many ? blurGroups<T, Column, Sum, kManyRows>(args, average)
+                : blurGroups<T, Column, Sum, kFewRows>(args, average);
 }
 
 // Columns of 16 bits serve windows that are not too high, those of 32 bits all sums below 2^31.
