@@ -36,7 +36,7 @@ public:
     // nearer to a whole number than 0.5 / area, and rounding, in whatever mode, moves it by less.
     template <bool Signed>
     OWN_INLINE int32_t ofSingle(int32_t sum) const {
-        const auto inverse = static_cast<float>(inverse_);
+        const auto inverse = static_cast<float>(inverse_); // as it was given
         if constexpr (!Signed) return static_cast<int32_t>((static_cast<float>(sum) + bias_) * inverse);
         const int32_t sign = signMask(sum);
         const auto average = static_cast<int32_t>((static_cast<float>((sum ^ sign) - sign) + bias_) * inverse);
@@ -66,7 +66,7 @@ private:
 };
 
 template <class T, class Sum>
-OWN_INLINE void averageValues(const Average& average, const Sum* sums, T* results, ptrdiff_t count) {
+OWN_INLINE void averageValues(Average average, const Sum* sums, T* results, ptrdiff_t count) {
     if (sizeof(Sum) == 4 && average.single()) {
         OWN_EACH
         for (ptrdiff_t i = 0; i < count; i++) {
@@ -113,12 +113,13 @@ OWN_INLINE void turnRows(Column* columns, Column* aside, const T* const (&in)[kR
     }
 }
 
-// The next `count` window sums behind the first `step`, which stand side by side as columns do. `step` is at least 8.
+// The next `count` window sums behind the first `step`, which stand side by side as columns do. A step is kStep places
+// or more. Columns can hold their own differences.
 template <class Column, class Sum>
 OWN_INLINE void slide(const Column* aside, ptrdiff_t reach, ptrdiff_t step, Sum* windows, ptrdiff_t count) {
     OWN_EACH_8
     for (ptrdiff_t i = 0; i < count; i++) {
-        windows[i + step] = windows[i] + (static_cast<Sum>(aside[i + reach]) - static_cast<Sum>(aside[i]));
+        windows[i + step] = windows[i] + static_cast<Column>(aside[i + reach] - aside[i]);
     }
 }
 
@@ -232,7 +233,7 @@ OWN_INLINE bool blurValues(const BlurArgs& args, const Average& average) {
 
 // Columns of 16 bits serve windows that are not too high, those of 32 bits all sums below 2^31.
 OWN_KERNEL bool ownBlurLow_8u(const BlurArgs& args, const Average& average) {
-    return blurValues<uint8_t, uint16_t, int32_t>(args, average);
+    return blurValues<uint8_t, int16_t, int32_t>(args, average);
 }
 OWN_KERNEL bool ownBlurLow_8s(const BlurArgs& args, const Average& average) {
     return blurValues<int8_t, int16_t, int32_t>(args, average);
@@ -257,8 +258,7 @@ bool blurAnySize(const BlurArgs& args, SumsKernel low, SumsKernel sums) {
     const int64_t largest = std::numeric_limits<T>::max() + (std::numeric_limits<T>::is_signed ? 1 : 0);
     const int64_t area = int64_t{args.nCols} * args.nRows;
     const Average average(args.inverse, area, largest * area);
-    constexpr int64_t most16 = std::numeric_limits<T>::is_signed ? INT16_MAX : UINT16_MAX;
-    if (low != nullptr && largest * args.nRows <= most16) return low(args, average);
+    if (low != nullptr && int64_t{UINT8_MAX} * args.nRows <= INT16_MAX) return low(args, average);
     return largest * area <= INT32_MAX ? sums(args, average) : blurValues<T, int64_t, int64_t>(args, average);
 }
 
