@@ -38,31 +38,24 @@ std::string leptonicaPeer(Items& items, Size size, int32_t side) {
 #endif
 
 #ifdef TOV_HAVE_YUV
-// A pair and the rows of sums that the peer works with, at a multiple of 16 bytes.
-struct SumsPair : Pair {
-    SumsPair(Size size, const Layout& layout, size_t turn) : Pair(size, layout, turn), width(size.width) {}
-
-    int32_t* rowsFor(int32_t radius) const {
-        sums.resize(static_cast<size_t>(width) * 4 * (2 * static_cast<size_t>(radius) + 2) + 4);
-        const auto place = reinterpret_cast<uintptr_t>(sums.data());
-        return sums.data() + (16 - place % 16) % 16 / sizeof(int32_t);
-    }
-
-    int32_t width;
-    mutable std::vector<int32_t> sums = {};
-};
+// The table that the peer works with, for images of a size: 16 bytes a pixel and a row more, at a multiple of 16 bytes.
+int32_t* yuvSums(const TovImage& image) {
+    static std::vector<int32_t> sums;
+    const auto count = static_cast<size_t>(image.width) * 4 * (static_cast<size_t>(image.height) + 1) + 4;
+    if (sums.size() < count) sums.resize(count);
+    return sums.data() + (16 - reinterpret_cast<uintptr_t>(sums.data()) % 16) % 16 / sizeof(int32_t);
+}
 
 std::string yuvPeer(Items& items, Size size, int32_t side) {
     std::string name = "libyuv ARGBBlur " + std::to_string(side);
     items.add({name, size, pixels(size), "pixel",
-               inTurns<SumsPair>(size, {k8U, 4}, asTheyAre,
-                                 [side](const SumsPair& p) {
-                                     const TovImage* src = p.src.get();
-                                     const TovImage* dst = p.dst.get();
-                                     libyuv::ARGBBlur(src->imageData, src->widthStep, dst->imageData, dst->widthStep,
-                                                      p.rowsFor(side / 2), dst->width * 4, dst->width, dst->height,
-                                                      side / 2);
-                                 }),
+               inTurns<Pair>(size, {k8U, 4}, asTheyAre,
+                             [side](const Pair& p) {
+                                 const TovImage* src = p.src.get();
+                                 const TovImage* dst = p.dst.get();
+                                 libyuv::ARGBBlur(src->imageData, src->widthStep, dst->imageData, dst->widthStep,
+                                                  yuvSums(*dst), dst->width * 4, dst->width, dst->height, side / 2);
+                             }),
                Kind::kPeer});
     return name;
 }
@@ -90,11 +83,12 @@ void addBlurItems(Items& items) {
         addGrayItems(items, size);
         items.add({label("8U x 3", 15), size, pixels(size), "pixel", blur(size, {k8U, 3}, 15)});
         for (const int32_t side : {15, 51}) {
-            Item& item = items.add({label("8U x 4", side), size, pixels(size), "pixel", blur(size, {k8U, 4}, side)});
-            static_cast<void>(item);
+            [[maybe_unused]] Item& item =
+                items.add({label("8U x 4", side), size, pixels(size), "pixel", blur(size, {k8U, 4}, side)});
 #ifdef TOV_HAVE_YUV
             const std::string peer = yuvPeer(items, size, side);
-            item.peer(peer).aim(1, peer);
+            item.peer(peer);
+            if (size == kOutOfCache) item.aim(1, peer);
 #endif
         }
         items.add({label("16U", 15), size, pixels(size), "pixel", blur(size, {k16U}, 15)});

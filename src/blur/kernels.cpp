@@ -290,6 +290,8 @@ bool ownBlur_1u(const BlurArgs& args) {
     Size size = args.size;
     const auto dst = roiBits<uint8_t>(*args.dst, size);
     const BitLane<const uint8_t> results = {bits.get(), 0, 0};
+    MaskLane mask;
+    if (args.mask != nullptr) mask = roiMask(*args.mask, size);
     for (int32_t y = 0; y < args.size.height; y++) {
         int64_t sum = 0;
         for (int32_t i = 0; i < args.nCols; i++) sum += columns[static_cast<size_t>(i)];
@@ -305,10 +307,10 @@ bool ownBlur_1u(const BlurArgs& args) {
             walkBits<8>(
                 args.size.width, 1, [](uint64_t, uint64_t b) OWN_INLINE_LAMBDA { return b; }, to, results);
         } else {
-            const BitLane<const uint8_t> mask = {args.mask->imageData + ptrdiff_t{y} * args.mask->widthStep, 0, 0};
+            const BitLane<const uint8_t> chosenBits = {mask.first + y * mask.rowStep, 0, mask.bitOffset};
             const auto chosen = [](uint64_t old, uint64_t b, uint64_t m)
                                     OWN_INLINE_LAMBDA { return (old & ~m) | (b & m); };
-            walkBits<8>(args.size.width, 1, chosen, to, results, mask);
+            walkBits<8>(args.size.width, 1, chosen, to, results, chosenBits);
         }
         unpackBits(row(ptrdiff_t{y} + args.nRows), in, nColumns);
         unpackBits(row(y), out, nColumns);

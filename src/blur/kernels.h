@@ -12,7 +12,7 @@ namespace tov {
 struct BlurArgs {
     BlurSource* work;
     TovImage* dst;
-    const TovImage* mask; // 1-bit, of the output's size and without region; or null
+    const TovImage* mask; // 1-bit, whose region begins at the first output pixel; or null
     Size size;
     int32_t nCols;
     int32_t nRows;

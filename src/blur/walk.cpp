@@ -2,6 +2,7 @@
 #include "blur/walk.h"
 
 #include "blur/kernels.h"
+#include "core/image.h"
 #include "core/memory.h"
 #include "core/tiles.h"
 
@@ -12,17 +13,6 @@ namespace {
 bool noMemory(const BlurCall& call) {
     call.report(TOV_STS_NO_MEMORY, "Allocation failure");
     return false;
-}
-
-// Whether an image is plain and shares no byte of memory with another plain one.
-bool isApart(const TovImage& image, const TovImage& other) {
-    if (image.tileInfo != nullptr) return false;
-    const auto begin = [](const TovImage& i) { return reinterpret_cast<uintptr_t>(i.imageData); };
-    const auto end = [begin](const TovImage& i) {
-        const int64_t bytes = int64_t{i.widthStep} * i.height * (i.dataOrder == TOV_DATA_ORDER_PLANE ? i.nChannels : 1);
-        return begin(i) + static_cast<uintptr_t>(bytes);
-    };
-    return end(image) <= begin(other) || end(other) <= begin(image);
 }
 
 // Blurs a block into dst, whose region is the block. False when something can't be had, which has been reported.
