@@ -65,6 +65,7 @@ private:
     bool small_;
 };
 
+// The averages of sums. The first argument is a copy, which no byte that is stored can be thought to change.
 template <class T, class Sum>
 OWN_INLINE void averageValues(Average average, const Sum* sums, T* results, ptrdiff_t count) {
     if (sizeof(Sum) == 4 && average.single()) {
@@ -72,14 +73,16 @@ OWN_INLINE void averageValues(Average average, const Sum* sums, T* results, ptrd
         for (ptrdiff_t i = 0; i < count; i++) {
             results[i] = static_cast<T>(average.ofSingle<std::is_signed_v<T>>(static_cast<int32_t>(sums[i])));
         }
-    } else if (sizeof(Sum) == 4 && average.small()) {
+        return;
+    }
+    if (sizeof(Sum) == 4 && average.small()) {
         OWN_EACH
         for (ptrdiff_t i = 0; i < count; i++) {
             results[i] = static_cast<T>(average.ofSmall(static_cast<int32_t>(sums[i])));
         }
-    } else {
-        for (ptrdiff_t i = 0; i < count; i++) results[i] = static_cast<T>(average.ofAny(sums[i]));
+        return;
     }
+    for (ptrdiff_t i = 0; i < count; i++) results[i] = static_cast<T>(average.ofAny(sums[i]));
 }
 
 // Sums of the columns take in one row.
@@ -107,7 +110,7 @@ OWN_INLINE void turnRows(Column* columns, Column* aside, const T* const (&in)[kR
         Column sum = columns[i];
         for (ptrdiff_t r = 0; r < kRows; r++) {
             aside[kRows * i + r] = sum;
-            sum = static_cast<Column>(sum + in[r][i] - out[r][i]);
+            sum = static_cast<Column>(sum + (in[r][i] - out[r][i]));
         }
         columns[i] = sum;
     }
@@ -231,7 +234,7 @@ OWN_INLINE bool blurValues(const BlurArgs& args, const Average& average) {
                 : blurGroups<T, Column, Sum, kFewRows>(args, average);
 }
 
-// Columns of 16 bits serve windows that are not too high, those of 32 bits all sums below 2^31.
+// Columns of 16 bits serve windows that are not too high; of 32 bits, all whose sums differ by less than 2^31.
 OWN_KERNEL bool ownBlurLow_8u(const BlurArgs& args, const Average& average) {
     return blurValues<uint8_t, int16_t, int32_t>(args, average);
 }
@@ -255,11 +258,13 @@ using SumsKernel = bool (*)(const BlurArgs& args, const Average& average);
 
 template <class T>
 bool blurAnySize(const BlurArgs& args, SumsKernel low, SumsKernel sums) {
-    const int64_t largest = std::numeric_limits<T>::max() + (std::numeric_limits<T>::is_signed ? 1 : 0);
+    using Limits = std::numeric_limits<T>;
     const int64_t area = int64_t{args.nCols} * args.nRows;
+    const int64_t largest = int64_t{Limits::max()} + (Limits::is_signed ? 1 : 0);
+    const int64_t spread = int64_t{Limits::max()} - Limits::min(); // differences of sums must fit too
     const Average average(args.inverse, area, largest * area);
-    if (low != nullptr && int64_t{UINT8_MAX} * args.nRows <= INT16_MAX) return low(args, average);
-    return largest * area <= INT32_MAX ? sums(args, average) : blurValues<T, int64_t, int64_t>(args, average);
+    if (low != nullptr && spread * args.nRows <= INT16_MAX) return low(args, average);
+    return spread * area <= INT32_MAX ? sums(args, average) : blurValues<T, int64_t, int64_t>(args, average);
 }
 
 bool ownBlur_8u(const BlurArgs& args) { return blurAnySize<uint8_t>(args, ownBlurLow_8u, ownBlurSums_8u); }
