@@ -26,7 +26,7 @@ std::string label(const char* form, int32_t side) {
 
 #ifdef TOV_HAVE_LEPTONICA
 std::string leptonicaPeer(Items& items, Size size, int32_t side) {
-    std::string name = "pixBlockconvGray " + std::to_string(side);
+    std::string name = "leptonica pixBlockconvGray " + std::to_string(side);
     items.add({name, size, pixels(size), "pixel",
                inTurns<PixPair>(size, {}, asTheyAre,
                                 [side](const PixPair& pair) {

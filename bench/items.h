@@ -83,8 +83,12 @@ private:
 void addAlphaItems(Items& items);
 void addArithItems(Items& items);
 void addBlurItems(Items& items);
+void addConvItems(Items& items);
+void addDibItems(Items& items);
+void addHistItems(Items& items);
 void addMirrorItems(Items& items);
 void addMorphItems(Items& items);
 void addMoveItems(Items& items);
+void addReduceItems(Items& items);
 
 } // namespace bench

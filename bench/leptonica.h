@@ -3,7 +3,7 @@
 
 #ifdef TOV_HAVE_LEPTONICA
 
-#include <allheaders.h>
+#include <leptonica/allheaders.h>
 
 #include "scene.h"
 

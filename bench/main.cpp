@@ -42,7 +42,7 @@ void registerItem(const bench::Item& item) {
             call();
             benchmark::ClobberMemory();
         }
-    });
+    })->MeasureProcessCPUTime(); // peers may work on a thread of their own
 }
 
 } // namespace
@@ -69,10 +69,14 @@ int main(int argc, char** argv) {
     bench::Items items;
     bench::addArithItems(items);
     bench::addBlurItems(items);
+    bench::addConvItems(items);
     bench::addMorphItems(items);
     bench::addMirrorItems(items);
     bench::addMoveItems(items);
     bench::addAlphaItems(items);
+    bench::addHistItems(items);
+    bench::addReduceItems(items);
+    bench::addDibItems(items);
     const std::vector<const bench::Item*> chosen = items.select(filter);
     for (const bench::Item* item : chosen) registerItem(*item);
 

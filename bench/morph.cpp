@@ -23,7 +23,8 @@ Prepare erode(Size size, const Layout& layout, int32_t n, bool masked = false) {
 std::string leptonicaPeer(Items& items, Size size, const Depth& depth, int32_t n) {
     const bool bits = depth.bits == 1;
     const int32_t side = 2 * n + 1;
-    std::string name = std::string(bits ? "pixErodeBrick " : "pixErodeGray ") + std::to_string(side);
+    std::string name =
+        std::string(bits ? "leptonica pixErodeBrick " : "leptonica pixErodeGray ") + std::to_string(side);
     items.add({name, size, pixels(size), "pixel",
                inTurns<PixPair>(size, {depth}, asTheyAre,
                                 [bits, side](const PixPair& pair) {

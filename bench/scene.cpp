@@ -109,6 +109,10 @@ size_t bytesOf(Size size, const Layout& layout) {
     return static_cast<size_t>(pixels(whole)) * static_cast<size_t>(layout.nChannels * layout.depth.bits) / 8;
 }
 
+size_t bytesOf(Size size, const Layouts& layouts) {
+    return std::max(bytesOf(size, layouts.src), bytesOf(size, layouts.dst));
+}
+
 Picture::Picture(Block which, Size size, const Layout& layout, size_t turn) {
     uint8_t* place = placeOf(which, bytesOf(size, layout), turn);
     tiles_ = {serveTile, nullptr, nullptr, kTile, kTile};

@@ -43,8 +43,15 @@ enum Block { kSourceA, kSourceB, kDestination, kBlocks };
 size_t turnsOf(Size size, size_t imageBytes);
 uint8_t* placeOf(Block which, size_t imageBytes, size_t turn);
 
-// The bytes of an image, in whole tiles if it has tiles.
+// Of a source and a destination that differ.
+struct Layouts {
+    Layout src;
+    Layout dst;
+};
+
+// The bytes of an image, in whole tiles if it has tiles; of two images those of the larger one.
 size_t bytesOf(Size size, const Layout& layout);
+size_t bytesOf(Size size, const Layouts& layouts);
 
 // An image of a size in a block, with a region if one is placed and a mask if one is given.
 class Picture {
@@ -66,8 +73,8 @@ private:
 
 // Prepares calls of `use` on scenes, one after the other. A scene is made of a size, a layout and a turn; `arrange` may
 // give its pictures regions and masks.
-template <class Scene, class Arrange, class Use>
-Prepare inTurns(Size size, const Layout& layout, Arrange arrange, Use use) {
+template <class Scene, class Form = Layout, class Arrange, class Use>
+Prepare inTurns(Size size, const Form& layout, Arrange arrange, Use use) {
     return [=]() -> Call {
         const auto scenes = std::make_shared<std::deque<Scene>>();
         for (size_t turn = 0; turn < turnsOf(size, bytesOf(size, layout)); turn++) {
@@ -84,6 +91,8 @@ Prepare inTurns(Size size, const Layout& layout, Arrange arrange, Use use) {
 struct Pair {
     Pair(Size size, const Layout& layout, size_t turn)
         : src(kSourceA, size, layout, turn), dst(kDestination, size, layout, turn) {}
+    Pair(Size size, const Layouts& layouts, size_t turn)
+        : src(kSourceA, size, layouts.src, turn), dst(kDestination, size, layouts.dst, turn) {}
     Picture src;
     Picture dst;
 };

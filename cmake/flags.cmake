@@ -15,7 +15,7 @@ if(TOV_GNU_LIKE)
 elseif(MSVC)
     target_compile_options(tov_arithmetic INTERFACE /fp:precise)
 endif()
-if(TOV_ISA OR TOV_COVERAGE OR TOV_SANITIZE MATCHES "thread")
+if(TOV_ISA OR TOV_COVERAGE OR TOV_SANITIZE)
     target_compile_definitions(tov_arithmetic INTERFACE TOV_NO_MULTIVERSION)
 endif()
 

@@ -9,7 +9,9 @@
 #include <vector>
 
 #include "bitmap_file.h"
+#include "bitmaps.h"
 #include "colours.h"
+#include "convolution.h"
 #include "image.h"
 #include "neighbourhoods.h"
 #include "page.h"
@@ -250,11 +252,14 @@ struct Exhibit {
     Needs needs;
 };
 constexpr Exhibit kExhibits[] = {
-    {showSum, kValues},          {showDifference, kValues},  {showEdges, kNothing},     {showRegion, kNothing},
-    {showSpotlight, kNothing},   {showMaskedFill, kNothing}, {showOr, kNothing},        {showAndNot, kNothing},
-    {showTwoMasks, kNothing},    {showChannel, kColors},     {showSwap, kColors},       {showTiles, kValues},
-    {showSoftEdge, kColorBytes}, {showOperators, kNothing},  {showTwists, kColorBytes}, {showBlur, kNothing},
-    {showErosion, kNothing},     {showErodedBits, kNothing},
+    {showSum, kValues},          {showDifference, kValues},  {showEdges, kNothing},
+    {showRegion, kNothing},      {showSpotlight, kNothing},  {showMaskedFill, kNothing},
+    {showOr, kNothing},          {showAndNot, kNothing},     {showTwoMasks, kNothing},
+    {showChannel, kColors},      {showSwap, kColors},        {showTiles, kValues},
+    {showSoftEdge, kColorBytes}, {showOperators, kNothing},  {showTwists, kColorBytes},
+    {showSharpening, kValues},   {showEmboss, kValues},      {showEdgeMagnitude, kValues},
+    {showCurve, kValues},        {showDithers, kColorBytes}, {showRoundTrips, kColorBytes},
+    {showBlur, kNothing},        {showErosion, kNothing},    {showErodedBits, kNothing},
 };
 
 bool has(const TovImage& source, Needs needs) {

@@ -470,6 +470,70 @@ TOV_API void tovBlur(TovImage* srcImage, TovImage* dstImage, int32_t nCols, int3
                      int32_t anchorY);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Convolution
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * A convolution kernel. tovCreateConvKernel fills it, and everything in it is turned round then: values has the given
+ * coefficients in reverse order, and the anchor is counted from the other end.
+ */
+typedef struct TovConvKernel {
+    int32_t nCols; /* at least 1 */
+    int32_t nRows; /* at least 1 */
+    int32_t anchorX;
+    int32_t anchorY;
+    int32_t* values; /* nCols * nRows, the record's own */
+    int32_t nShiftR; /* how far results are shifted right; only its low five bits count, and 0 doesn't round */
+} TovConvKernel;
+
+/*
+ * Makes a kernel of nCols by nRows coefficients, given row by row and copied. The pixel at (x, y) becomes the sum of
+ * values[j * nCols + i] times the source at (x + anchorX - i, y + anchorY - j). A nShiftR other than 0 has each sum
+ * rounded to an integer, of which the low 32 bits are shifted right by nShiftR & 31, toward minus infinity.
+ *
+ * Returns a record that tovDeleteConvKernel frees, or null. Reports TOV_STS_BAD_ARG for null values, a size below 1 and
+ * an anchor outside the kernel, in this order, and TOV_STS_NO_MEMORY. Any number of calls, on any threads, may use a
+ * kernel at the same time.
+ */
+TOV_API TovConvKernel* tovCreateConvKernel(int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY,
+                                           const int32_t* values, int32_t nShiftR);
+
+/* The same, of coefficients from -128 to 127. */
+TOV_API TovConvKernel* tovCreateConvKernelChar(int32_t nCols, int32_t nRows, int32_t anchorX, int32_t anchorY,
+                                               const int8_t* values, int32_t nShiftR);
+
+/* Frees a kernel. Reports TOV_STS_BAD_ARG for null and for a record without values. */
+TOV_API void tovDeleteConvKernel(TovConvKernel* kernel);
+
+/* How the results r1 to rn of several kernels become one. */
+enum {
+    TOV_COMBINE_SUM = 0,       /* r1 + ... + rn */
+    TOV_COMBINE_SUMSQ = 1,     /* r1 * r1 + ... + rn * rn */
+    TOV_COMBINE_SUMSQROOT = 2, /* the square root of that */
+    TOV_COMBINE_MAX = 3,       /* the largest */
+    TOV_COMBINE_MIN = 4        /* the smallest */
+};
+
+/*
+ * Convolves srcImage with nKernels (1 to 10) kernels into dstImage, at every depth but TOV_DEPTH_32F. Depths and data
+ * orders agree; origins and sizes need not. Both may be the same header. Neighbourhoods read the source outside its
+ * region and mask, and beyond its edge by its border settings, whose constants are limited to the range of the depth. A
+ * result is rounded to the nearest integer, ties to even, and limited to the range of the depth. Either both images
+ * have a channel of interest, or none.
+ *
+ * Sums are exact while their magnitude can't reach 2^24; beyond, they are stored in single precision on the way. With
+ * one kernel TOV_COMBINE_SUMSQ gives the square of the result and TOV_COMBINE_SUMSQROOT its magnitude, unless nShiftR
+ * isn't 0; other methods don't count then.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ROI_OFFSET for a region that begins beyond
+ * its image; TOV_STS_BAD_ARG with what is wrong with kernels, method or images; TOV_STS_NO_MEMORY, "Allocation
+ * failure", also where a tile to read can't be had; TOV_STS_TILE_FAILURE, "Error get tile to write". After the last two
+ * what was done before stays written. A mask without a common pixel ends the call in silence.
+ */
+TOV_API void tovConvolve2D(TovImage* srcImage, TovImage* dstImage, TovConvKernel* const* kernel, int32_t nKernels,
+                           int32_t combineMethod);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Morphology
  * --------------------------------------------------------------------------------------------------------------- */
 
@@ -575,6 +639,31 @@ typedef struct tagRGBQUAD {
  * the status keeps pixels from being expanded, too, without a report: clear it by tovSetErrStatus before.
  */
 TOV_API TovImage* tovTranslateDIB(BITMAPINFOHEADER* dib, int32_t* cloneData);
+
+/*
+ * Writes a plain image into a bitmap that the caller has laid out: a header (biSize 40) with biWidth, biHeight, bit
+ * count and compression filled in, room for the colour table or masks, and room for the uncompressed pixel array even
+ * where it is compressed. The image has 1, 3 or, with alpha, 4 channels of depth 1U, 8U or 16U, of which the high bytes
+ * count, and the row step that tovCreateImageHeader gives. Regions and masks don't count, except that a region forbids
+ * dithering. A positive biHeight makes the bitmap bottom-up.
+ *
+ * Bitmaps of 1, 4 and 8 bits take for each pixel the nearest entry of their colour table, the first of equally near
+ * ones; in a table of 256 a gray pixel takes the entry of its own number if that is the same gray. paletteConversion 0
+ * keeps the table, 1 fills it with a fixed one (if it has 2, 16 or 256 entries), 2 with one made of the image by median
+ * cut, whose length goes to biClrUsed; more than 8 bits have no table to fill. In 16 bits colours are cut or widened to
+ * their masks, in 32 bits they are put at the low end of their masks. BI_RLE8 and BI_RLE4 arrays are compressed in
+ * place at the end, and biSizeImage set, or biCompression set to 0 where that doesn't pay.
+ *
+ * dither 1 writes pixels as they are; 2 (Floyd), 4 (Jarvis), 8 (Stucki) and 16 (ordered) spread what is lost. That is
+ * for 16U images of gray or RGB, and for 8U gray ones into 1-bit bitmaps; a tiled image is served as well.
+ *
+ * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed, and for
+ * a mask of 0; TOV_STS_BAD_DATA_OR_TILE, "image->imageData==0", for a tiled image that isn't dithered;
+ * TOV_STS_BAD_COLOR_SEQ; TOV_STS_NO_MEMORY; TOV_STS_INTERNAL for a colour table that can't be made (of a tiled image,
+ * say) and after the reports of a dithering that fails, to which any status but TOV_STS_OK from earlier calls counts.
+ * The bitmap is untouched then, except that its colour table may be new.
+ */
+TOV_API void tovConvertToDIB(TovImage* image, BITMAPINFOHEADER* dib, int32_t dither, int32_t paletteConversion);
 
 #ifdef __cplusplus
 }

@@ -272,11 +272,6 @@ bool ownBlur_8s(const BlurArgs& args) { return blurAnySize<int8_t>(args, ownBlur
 bool ownBlur_16u(const BlurArgs& args) { return blurAnySize<uint16_t>(args, nullptr, ownBlurSums_16u); }
 bool ownBlur_16s(const BlurArgs& args) { return blurAnySize<int16_t>(args, nullptr, ownBlurSums_16s); }
 
-// The bits of a row, one in each byte.
-void unpackBits(const uint8_t* row, uint8_t* bytes, ptrdiff_t count) {
-    for (ptrdiff_t i = 0; i < count; i++) bytes[i] = row[i >> 3] >> (7 - (i & 7)) & 1;
-}
-
 // Bits are counted; half of a window and more sets one.
 bool ownBlur_1u(const BlurArgs& args) {
     const ptrdiff_t nColumns = ptrdiff_t{args.size.width} + args.nCols;
@@ -289,7 +284,7 @@ bool ownBlur_1u(const BlurArgs& args) {
     const auto row = [&](ptrdiff_t y) { return args.work->row(0, y); };
     for (ptrdiff_t i = 0; i < nColumns; i++) columns[static_cast<size_t>(i)] = 0;
     for (int32_t y = 0; y < args.nRows; y++) {
-        unpackBits(row(y), in, nColumns);
+        unpackBits(row(y), 0, in, nColumns);
         addRow(columns.get(), in, nColumns);
     }
     Size size = args.size;
@@ -308,17 +303,10 @@ bool ownBlur_1u(const BlurArgs& args) {
             sum += columns[static_cast<size_t>(x) + static_cast<size_t>(args.nCols)] - columns[static_cast<size_t>(x)];
         }
         const BitLane<uint8_t> to = {dst.first + y * dst.rowStep, 0, dst.bitOffset};
-        if (args.mask == nullptr) {
-            walkBits<8>(
-                args.size.width, 1, [](uint64_t, uint64_t b) OWN_INLINE_LAMBDA { return b; }, to, results);
-        } else {
-            const BitLane<const uint8_t> chosenBits = {mask.first + y * mask.rowStep, 0, mask.bitOffset};
-            const auto chosen = [](uint64_t old, uint64_t b, uint64_t m)
-                                    OWN_INLINE_LAMBDA { return (old & ~m) | (b & m); };
-            walkBits<8>(args.size.width, 1, chosen, to, results, chosenBits);
-        }
-        unpackBits(row(ptrdiff_t{y} + args.nRows), in, nColumns);
-        unpackBits(row(y), out, nColumns);
+        const uint8_t* allowed = mask.first != nullptr ? mask.first + y * mask.rowStep : nullptr;
+        copyBits(args.size.width, 1, {allowed, 0, mask.bitOffset}, to, results);
+        unpackBits(row(ptrdiff_t{y} + args.nRows), 0, in, nColumns);
+        unpackBits(row(y), 0, out, nColumns);
         for (ptrdiff_t i = 0; i < nColumns; i++) columns.get()[i] += in[i] - out[i];
     }
     return true;

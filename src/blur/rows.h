@@ -55,13 +55,8 @@ public:
         const Span span = {size_.width, 1, 1, nValues};
         const Lane<const T> from = {results + (shape_.planes ? 0 : shape_.channels.offset), 0, 0, shape_.nSide};
         const Lane<T> to = {dst_.row(plane, y), 0, 0, dst_.pixelStep};
-        const auto same = [](T value) OWN_INLINE_LAMBDA { return value; };
-        if (mask_.first != nullptr) {
-            const MaskLane bits = {mask_.first + y * mask_.rowStep, 0, mask_.bitOffset};
-            walkLanes<true>(span, bits, same, to, from);
-        } else {
-            walkLanes<false>(span, MaskLane{}, same, to, from);
-        }
+        const uint8_t* bits = mask_.first != nullptr ? mask_.first + y * mask_.rowStep : nullptr;
+        copyPixels(span, {bits, 0, mask_.bitOffset}, to, from);
     }
 
 private:

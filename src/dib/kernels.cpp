@@ -165,12 +165,22 @@ OWN_KERNEL void ownPixelsToRGB(Pixel* pixels, int32_t count) {
     }
 }
 
+OWN_KERNEL void ownPixelsFromGray(Pixel* pixels, int32_t count) {
+    OWN_EACH
+    for (int32_t i = 0; i < count; i++) pixels[i] = (pixels[i] >> 16 & UINT8_MAX) * 0x10101;
+}
+
 struct Transform {
     char channelSeq[5];
-    TransformPixels run;
+    TransformPixels toImage;
+    TransformPixels toBitmap;
 };
-constexpr Transform kTransforms[] = {{"G", ownPixelsToGray}, {"GRAY", ownPixelsToGray}, {"BGR", nullptr},
-                                     {"BGRA", nullptr},      {"RGB", ownPixelsToRGB},   {"RGBA", ownPixelsToRGB}};
+constexpr Transform kTransforms[] = {{"G", ownPixelsToGray, ownPixelsFromGray},
+                                     {"GRAY", ownPixelsToGray, ownPixelsFromGray},
+                                     {"BGR", nullptr, nullptr},
+                                     {"BGRA", nullptr, nullptr},
+                                     {"RGB", ownPixelsToRGB, ownPixelsToRGB},
+                                     {"RGBA", ownPixelsToRGB, ownPixelsToRGB}};
 
 struct Writer {
     int32_t nChannels;
@@ -190,6 +200,16 @@ constexpr Writer kWriters[] = {
 
 } // namespace
 
+Rows rowsFromTop(uint8_t* memory, int64_t step, int64_t rows, bool bottomUp) {
+    const auto bytes = static_cast<ptrdiff_t>(step);
+    return bottomUp ? Rows{memory + static_cast<ptrdiff_t>(rows - 1) * bytes, -bytes} : Rows{memory, bytes};
+}
+
+int64_t imageRowBytes(const TovImage& image) {
+    const bool planes = image.dataOrder == TOV_DATA_ORDER_PLANE;
+    return ownDIBRowBytes(image.width, int64_t{image.depth} * (planes ? 1 : image.nChannels), image.align);
+}
+
 ReadPixels pixelReader(int32_t bitCount) {
     switch (bitCount) {
     case 1: return ownReadIndex1;
@@ -202,10 +222,10 @@ ReadPixels pixelReader(int32_t bitCount) {
     }
 }
 
-bool pixelTransform(const char (&channelSeq)[4], TransformPixels& transform) {
+bool pixelTransform(const char (&channelSeq)[4], bool toImage, TransformPixels& transform) {
     for (const Transform& known : kTransforms) {
         if (std::memcmp(channelSeq, known.channelSeq, sizeof channelSeq) != 0) continue;
-        transform = known.run;
+        transform = toImage ? known.toImage : known.toBitmap;
         return true;
     }
     return false;

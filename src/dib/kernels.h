@@ -16,6 +16,17 @@ using Pixel = uint32_t;
 // Pixels between reading and writing; a multiple of 8, so that pieces begin at whole bytes in rows of bits.
 constexpr int32_t kPiece = 1024;
 
+// Rows from the top of the picture down: where the first one begins, and the way to the next.
+struct Rows {
+    uint8_t* first;
+    ptrdiff_t step;
+
+    uint8_t* at(int64_t y) const { return first + static_cast<ptrdiff_t>(y) * step; }
+};
+Rows rowsFromTop(uint8_t* memory, int64_t step, int64_t rows, bool bottomUp);
+// Bytes from row to row of a packed image.
+int64_t imageRowBytes(const TovImage& image);
+
 // How one colour comes out of a pixel of 16 or 32 bits: to 8 bits, the low ones 0 where the mask has fewer.
 struct ColorField {
     uint32_t mask;
@@ -36,8 +47,9 @@ ReadPixels pixelReader(int32_t bitCount);
 
 // Changes `count` pixels where they stand.
 using TransformPixels = void (*)(Pixel* pixels, int32_t count);
-// Finds the transform to a channel sequence, null where pixels stay as they are; false for a sequence that has none.
-bool pixelTransform(const char (&channelSeq)[4], TransformPixels& transform);
+// Finds the transform between the order of bitmaps and a channel sequence, null where pixels stay as they are; false
+// for a sequence that has none. Gray is made of colours on the way to an image, and colours of gray on the way back.
+bool pixelTransform(const char (&channelSeq)[4], bool toImage, TransformPixels& transform);
 
 // Writes `count` pixels to a row, from column x on. channelStride, in bytes, counts in plane order alone.
 using WritePixels = void (*)(const Pixel* pixels, int32_t count, uint8_t* row, int32_t x, ptrdiff_t channelStride);

@@ -4,6 +4,7 @@
 
 #include "core/context.h"
 #include "dib/dib.h"
+#include "kernel/word.h"
 
 namespace tov {
 
@@ -28,20 +29,51 @@ struct Stream {
     }
 };
 
+uint64_t wordAt(const uint8_t* p) {
+    uint64_t word = 0;
+    std::memcpy(&word, p, sizeof word);
+    return word;
+}
+
+// How many of the `left` pixels a run takes; the first two are known to fit it. Words are compared as long as no byte
+// behind the row is touched.
+int64_t runLength(const uint8_t* p, int64_t left) {
+    const int64_t most = left < kLongest ? left : kLongest;
+    const uint64_t same = p[0] * UINT64_C(0x0101010101010101);
+    int64_t n = 2;
+    for (; n + 8 <= most; n += 8) {
+        const uint64_t differing = wordAt(p + n) ^ same;
+        if (differing != 0) return n + leadingZeroBytes(differing);
+    }
+    while (n < most && p[n] == p[0]) n++;
+    return n;
+}
+
+// How many of the `left` pixels a literal takes: up to the next three that are equal.
+int64_t literalLength(const uint8_t* p, int64_t left) {
+    const int64_t most = left < kLongest ? left : kLongest;
+    int64_t n = 3;
+    for (; n + 10 <= most; n += 8) {
+        const uint64_t first = wordAt(p + n);
+        const uint64_t equal = zeroBytes((first ^ wordAt(p + n + 1)) | (first ^ wordAt(p + n + 2)));
+        if (equal != 0) return n + leadingZeroBytes(equal);
+    }
+    while (n < most && !(p[n] == p[n + 1] && p[n] == p[n + 2])) n++;
+    return n;
+}
+
 void encodeRow8(const uint8_t* row, int64_t width, Stream& out) {
     int64_t pos = 0;
     while (pos < width - 3) {
         const uint8_t* p = row + pos;
         int64_t n = 1;
         if (p[0] == p[1]) {
-            n = 2;
-            while (pos + n < width && n < kLongest && p[n] == p[0]) n++;
+            n = runLength(p, width - pos);
             out.put(n, p[0]);
         } else if (p[1] == p[2]) {
             out.put(1, p[0]);
         } else if (p[2] != p[3]) {
-            n = 3;
-            while (pos + n < width && n < kLongest && !(p[n] == p[n + 1] && p[n] == p[n + 2])) n++;
+            n = literalLength(p, width - pos);
             out.put(0, static_cast<int32_t>(n));
             std::memcpy(out.end, p, static_cast<size_t>(n));
             out.end += n;

@@ -44,23 +44,6 @@ ColorField fieldOf(uint32_t mask) {
     return {mask, at.shift, 8 - at.width};
 }
 
-// Rows from the top of the picture down: where the first one begins, and the way to the next.
-struct Rows {
-    uint8_t* first;
-    ptrdiff_t step;
-
-    uint8_t* at(int64_t y) const { return first + static_cast<ptrdiff_t>(y) * step; }
-};
-Rows rowsFromTop(uint8_t* memory, int64_t step, int64_t rows, bool bottomUp) {
-    const auto bytes = static_cast<ptrdiff_t>(step);
-    return bottomUp ? Rows{memory + static_cast<ptrdiff_t>(rows - 1) * bytes, -bytes} : Rows{memory, bytes};
-}
-
-int64_t imageRowBytes(const TovImage& image) {
-    const bool planes = image.dataOrder == TOV_DATA_ORDER_PLANE;
-    return ownDIBRowBytes(image.width, int64_t{image.depth} * (planes ? 1 : image.nChannels), image.align);
-}
-
 struct Conversion {
     PixelSource source;
     ReadPixels read;
@@ -86,7 +69,7 @@ bool prepare(const Bitmap& bitmap, const TovImage& image, Conversion& conversion
         const uint32_t inOrder[] = {masks.blue, masks.green, masks.red, masks.alpha};
         for (int32_t i = 0; i < 4; i++) conversion.source.fields[i] = fieldOf(inOrder[i]);
     }
-    if (!pixelTransform(image.channelSeq, conversion.transform)) {
+    if (!pixelTransform(image.channelSeq, true, conversion.transform)) {
         report(TOV_STS_BAD_COLOR_SEQ, "image->channelSeq unsupport");
         return false;
     }

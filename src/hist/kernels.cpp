@@ -1,16 +1,20 @@
 // The kernels of mapping: one read of a table for each value, in the order that tells the result where memory overlaps.
 #include "hist/kernels.h"
 
+#include <cstring>
+
 #include "kernel/walk.h"
+#include "kernel/word.h"
 
 namespace tov {
 
 namespace {
 
-// The tables of a call, one for each channel.
+// The tables of a call from one channel on.
 template <class T>
 struct Tables {
-    explicit Tables(const void* tables) : first(static_cast<const T*>(tables)) {}
+    Tables(const void* tables, int32_t channel)
+        : first(static_cast<const T*>(tables) + (ptrdiff_t{channel} << 8 * sizeof(T))) {}
     OWN_INLINE const T* of(int32_t channel) const { return first + (ptrdiff_t{channel} << 8 * sizeof(T)); }
     const T* first;
 };
@@ -20,34 +24,55 @@ OWN_INLINE Lane<T> laneOf(const PlainAddress& address, int32_t pixelStep) {
     return {reinterpret_cast<T*>(address.start), address.rowStep, address.planeStep, pixelStep};
 }
 
-// Bytes go from the end of each row to its start, words the other way.
+// Rows of values of N channels that repeat. Bytes are fetched a word at a time, which spares most of the reads.
+template <int32_t N, class T>
+OWN_INLINE void mapRow(const Tables<T>& tables, ptrdiff_t count, T* d, const T* s) {
+    ptrdiff_t i = 0;
+    if constexpr (sizeof(T) == 1) {
+        for (; i + 8 * N <= count; i += 8 * N) {
+            for (int32_t w = 0; w < N; w++) {
+                uint64_t word = 0;
+                std::memcpy(&word, s + i + 8 * w, sizeof word);
+                for (int32_t k = 0; k < 8; k++) {
+                    const int32_t place = 8 * w + k;
+                    d[i + place] = tables.of(place % N)[byteInMemory(word, k)];
+                }
+            }
+        }
+    }
+    for (; i < count; i += N) {
+        for (int32_t c = 0; c < N; c++) d[i + c] = tables.of(c)[s[i + c]];
+    }
+}
+
+// Where memory overlaps, bytes go from the end of each row to its start and words the other way.
 template <class T>
 OWN_INLINE void mapPlanes(const MapArgs& args) {
     const auto src = laneOf<const T>(args.src, 1);
     const auto dst = laneOf<T>(args.dst, 1);
+    const Span span = {args.size.width, args.size.height, args.src.nChannels, 1};
+    const bool backwards = sizeof(T) == 1 && overlapsElsewhere(footprintOf(dst, span), footprintOf(src, span));
     for (int32_t plane = 0; plane < args.src.nChannels; plane++) {
-        const T* table = Tables<T>(args.tables).of(plane);
+        const Tables<T> table = {args.tables, plane};
         for (int32_t y = 0; y < args.size.height; y++) {
             const T* s = src.row(plane, y);
             T* d = dst.row(plane, y);
-            for (int32_t i = 0; i < args.size.width; i++) {
-                const int32_t x = sizeof(T) == 1 ? args.size.width - 1 - i : i;
-                d[x] = table[s[x]];
+            if (!backwards) {
+                mapRow<1>(table, args.size.width, d, s);
+            } else {
+                for (ptrdiff_t x = args.size.width - 1; x >= 0; x--) d[x] = table.of(0)[s[x]];
             }
         }
     }
 }
 
-// `count` pixels, each in all channels. NValues stands for three neighbouring channels of pixels that have no others.
-template <int32_t NValues, class T>
-OWN_INLINE void mapRun(const Tables<T>& tables, int32_t count, int32_t nValues, Stride<T> d, Stride<const T> s,
+// `count` pixels, each in all channels.
+template <class T>
+OWN_INLINE void mapRun(const Tables<T>& tables, int32_t count, int32_t n, Stride<T> d, Stride<const T> s,
                        ptrdiff_t dstValueStep, ptrdiff_t srcValueStep) {
-    const int32_t n = NValues != 0 ? NValues : nValues;
-    const ptrdiff_t dstStep = NValues != 0 ? NValues : d.step;
-    const ptrdiff_t srcStep = NValues != 0 ? NValues : s.step;
     for (ptrdiff_t i = 0; i < count; i++) {
         for (int32_t c = 0; c < n; c++) {
-            d.at[i * dstStep + c * dstValueStep] = tables.of(c)[s.at[i * srcStep + c * srcValueStep]];
+            d.at[i * d.step + c * dstValueStep] = tables.of(c)[s.at[i * s.step + c * srcValueStep]];
         }
     }
 }
@@ -56,14 +81,19 @@ template <class T>
 OWN_INLINE void mapPixels(const MapArgs& args) {
     const auto src = laneOf<const T>(args.src, args.srcPixelStep);
     const auto dst = laneOf<T>(args.dst, args.dstPixelStep);
-    const Tables<T> tables(args.tables);
+    const Tables<T> tables = {args.tables, 0};
     const int32_t n = args.src.nChannels;
-    const bool three = n == 3 && args.srcPixelStep == 3 && args.dstPixelStep == 3;
+    const Span span = {args.size.width, args.size.height, 1, n};
+    const bool whole = args.srcPixelStep == n && args.dstPixelStep == n &&
+                       !overlapsElsewhere(footprintOf(dst, span), footprintOf(src, span));
     for (int32_t y = 0; y < args.size.height; y++) {
-        if (three) {
-            mapRun<3>(tables, args.size.width, 3, dst.pixel(0, y, 0), src.pixel(0, y, 0), 1, 1);
+        const ptrdiff_t values = ptrdiff_t{args.size.width} * n;
+        if (whole && n == 3) {
+            mapRow<3>(tables, values, dst.row(0, y), src.row(0, y));
+        } else if (whole && n == 4) {
+            mapRow<4>(tables, values, dst.row(0, y), src.row(0, y));
         } else {
-            mapRun<0>(tables, args.size.width, n, dst.pixel(0, y, 0), src.pixel(0, y, 0), 1, 1);
+            mapRun(tables, args.size.width, n, dst.pixel(0, y, 0), src.pixel(0, y, 0), 1, 1);
         }
     }
 }
@@ -74,12 +104,12 @@ OWN_INLINE void mapMasked(const MapArgs& args) {
     const auto dst = laneOf<T>(args.dst, Planes ? 1 : args.dstPixelStep);
     const ptrdiff_t srcValueStep = Planes ? src.planeStep / ptrdiff_t{sizeof(T)} : 1;
     const ptrdiff_t dstValueStep = Planes ? dst.planeStep / ptrdiff_t{sizeof(T)} : 1;
-    const Tables<T> tables(args.tables);
+    const Tables<T> tables = {args.tables, 0};
     for (int32_t y = 0; y < args.size.height; y++) {
         const uint8_t* bits = args.mask.first + y * args.mask.rowStep;
         for (MaskRuns runs(bits, args.mask.bitOffset, args.size.width); runs.next();) {
-            mapRun<0>(tables, runs.length, args.src.nChannels, dst.pixel(0, y, runs.start), src.pixel(0, y, runs.start),
-                      dstValueStep, srcValueStep);
+            mapRun(tables, runs.length, args.src.nChannels, dst.pixel(0, y, runs.start), src.pixel(0, y, runs.start),
+                   dstValueStep, srcValueStep);
         }
     }
 }

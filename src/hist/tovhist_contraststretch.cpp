@@ -99,10 +99,11 @@ void tovContrastStretch(TovImage* srcImage, TovImage* dstImage, TovLUT* const* l
     const AlignedBlock<uint8_t> tables(static_cast<size_t>(n) * static_cast<size_t>(histSize * bits / 8));
     if (!tables) return report(TOV_STS_NO_MEMORY, "");
     for (int32_t k = 0; k < n; k++) {
+        const ptrdiff_t first = ptrdiff_t{k} * histSize;
         if (bits == 8) {
-            fillTable(*curves[k], histSize, tables.get() + k * histSize);
+            fillTable(*curves[k], histSize, tables.get() + first);
         } else {
-            fillTable(*curves[k], histSize, reinterpret_cast<uint16_t*>(tables.get()) + k * histSize);
+            fillTable(*curves[k], histSize, reinterpret_cast<uint16_t*>(tables.get()) + first);
         }
     }
     tovMap(srcImage, dstImage, tables.get());

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "kernel/kernel.h"
+#include "kernel/word.h"
 
 namespace tov {
 
@@ -14,11 +15,8 @@ OWN_INLINE uint8_t firstBits(const uint8_t* flags) {
     uint64_t word = 0;
     std::memcpy(&word, flags, sizeof word);
     // The product moves each byte's bit to its place among the uppermost eight; no two terms meet there.
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    return static_cast<uint8_t>((word * UINT64_C(0x0102040810204081)) >> 56);
-#else
-    return static_cast<uint8_t>((word * UINT64_C(0x8040201008040201)) >> 56);
-#endif
+    constexpr uint64_t places = kFirstIsLow ? UINT64_C(0x8040201008040201) : UINT64_C(0x0102040810204081);
+    return static_cast<uint8_t>((word * places) >> 56);
 }
 
 // Bit i of a row becomes test(s[i * step]), for `count` values, from the first byte's most significant bit on. Bits
@@ -38,7 +36,7 @@ OWN_INLINE void packBits(Test test, int32_t count, const T* s, ptrdiff_t step, u
             for (int32_t i = 0; i < n; i++) flags[i] = test(from[i * step]) ? 1 : 0;
         }
         uint8_t* bytes = row + (x >> 3);
-        for (int32_t i = 0; i < n >> 3; i++) bytes[i] = firstBits(flags + 8 * i);
+        for (ptrdiff_t i = 0; i < n >> 3; i++) bytes[i] = firstBits(flags + 8 * i);
         if ((n & 7) == 0) continue;
         const auto kept = static_cast<uint8_t>(0xFF >> (n & 7));
         uint8_t& last = bytes[n >> 3];

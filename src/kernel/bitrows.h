@@ -133,4 +133,35 @@ OWN_INLINE void walkBits(int32_t width, int32_t height, Formula formula, const B
     }
 }
 
+// Copies the bits of a rectangle, those that a mask allows if there is one.
+OWN_INLINE void copyBits(int32_t width, int32_t height, const MaskLane& mask, const BitLane<uint8_t>& d,
+                         const BitLane<const uint8_t>& s) {
+    if (mask.first == nullptr) {
+        walkBits<8>(
+            width, height, [](uint64_t, uint64_t b) OWN_INLINE_LAMBDA { return b; }, d, s);
+        return;
+    }
+    const BitLane<const uint8_t> m = {mask.first, mask.rowStep, mask.bitOffset};
+    const auto chosen = [](uint64_t old, uint64_t b, uint64_t allowed)
+                            OWN_INLINE_LAMBDA { return (old & ~allowed) | (b & allowed); };
+    walkBits<8>(width, height, chosen, d, s, m);
+}
+
+// The bits of a row from bit `bit` on, each as a value of 0 or 1.
+template <class T>
+inline void unpackBits(const uint8_t* row, ptrdiff_t bit, T* values, ptrdiff_t count) {
+    for (ptrdiff_t i = 0; i < count; i++) {
+        values[i] = static_cast<T>(row[(bit + i) >> 3] >> (7 - ((bit + i) & 7)) & 1);
+    }
+}
+
+// Bytes of 0 or 1 become bits, in place; what follows the last one in its byte is clear.
+inline void packBits(uint8_t* bytes, ptrdiff_t count) {
+    for (ptrdiff_t i = 0; i < count; i += 8) {
+        int32_t byte = 0;
+        for (ptrdiff_t k = 0; k < 8; k++) byte = byte << 1 | (i + k < count ? bytes[i + k] : 0);
+        bytes[i >> 3] = static_cast<uint8_t>(byte);
+    }
+}
+
 } // namespace tov

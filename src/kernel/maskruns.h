@@ -64,6 +64,23 @@ OWN_INLINE int32_t countOnes(uint64_t word) {
     return static_cast<int32_t>((word * 0x0101010101010101U) >> 56);
 }
 
+// The stretch from the first to the last set bit in `width` bits from bit `bit` of `row` on; none has length 0.
+struct BitStretch {
+    int32_t start;
+    int32_t length;
+};
+OWN_SHARED BitStretch stretchOfOnes(const uint8_t* row, int32_t bit, int32_t width) {
+    const auto wordAt = [=](int32_t i) { return bitsAt(row, ptrdiff_t{bit} + i, width - i < 64 ? width - i : 64); };
+    int32_t begin = 0;
+    while (begin < width && wordAt(begin) == 0) begin += 64;
+    if (begin >= width) return {0, 0};
+    int32_t last = (width - 1) & ~63;
+    while (wordAt(last) == 0) last -= 64;
+    const uint64_t word = wordAt(last);
+    const int32_t start = begin + leadingZeros(wordAt(begin));
+    return {start, last + leadingZeros(word & (~word + 1)) + 1 - start};
+}
+
 // Walks the runs of set bits in `width` bits from bit `bit` of `row` on, left to right:
 // `for (MaskRuns runs(row, bit, width); runs.next();) use(runs.start, runs.length);`
 //

@@ -128,6 +128,10 @@ OWN_SHARED void chosenRun(Formula formula, uint64_t bits, int32_t nValues, Strid
     }
 }
 
+// A run from which on the next row is asked for ahead: the processor, which fetches whole rows ahead by itself, doesn't
+// foresee where a run in it begins.
+constexpr int32_t kLongRun = 512;
+
 // The walk: planes (see Span), rows from the first one, pixels from left to right; where mask.first is set, only pixels
 // whose bit is set. Samples that the walk passes over are neither read nor written. With sources that overlap the
 // destination at another position, results follow that order value by value.
@@ -157,6 +161,10 @@ OWN_INLINE void walkLanes(const Span& span, const MaskLane& mask, Formula formul
                     if (runs.bits != 0) {
                         chosenRun(formula, runs.bits, span.nValues, d.pixel(plane, y, x), s.pixel(plane, y, x)...);
                     } else {
+                        if (runs.length >= kLongRun && y + 1 < span.height) {
+                            (prefetchStart(s.row(plane, y + 1) + x * s.pixelStep), ...);
+                            prefetchStart(d.row(plane, y + 1) + x * d.pixelStep);
+                        }
                         run(runs.length, d.pixel(plane, y, x), s.pixel(plane, y, x)...);
                     }
                 }
@@ -164,6 +172,17 @@ OWN_INLINE void walkLanes(const Span& span, const MaskLane& mask, Formula formul
                 run(span.width, d.pixel(plane, y, 0), s.pixel(plane, y, 0)...);
             }
         }
+    }
+}
+
+// Copies the pixels of a rectangle, those that a mask allows if there is one.
+template <class T>
+OWN_INLINE void copyPixels(const Span& span, const MaskLane& mask, const Lane<T>& d, const Lane<const T>& s) {
+    const auto same = [](T value) OWN_INLINE_LAMBDA { return value; };
+    if (mask.first != nullptr) {
+        walkLanes<true>(span, mask, same, d, s);
+    } else {
+        walkLanes<false>(span, mask, same, d, s);
     }
 }
 

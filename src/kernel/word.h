@@ -1,4 +1,4 @@
-// A 32-bit word at any address, for runs that go by words whatever the values are.
+// Words at any address: 32 bits for runs that go by words whatever the values are, and the bytes of 64 bits.
 #pragma once
 
 #include <cstdint>
@@ -14,6 +14,28 @@ constexpr bool kFirstIsLow = false;
 #else
 constexpr bool kFirstIsLow = true;
 #endif
+
+// Byte k of a word as it lies in memory, 0 to 7.
+OWN_INLINE uint8_t byteInMemory(uint64_t word, int32_t k) {
+    return static_cast<uint8_t>(word >> 8 * (kFirstIsLow ? k : 7 - k));
+}
+
+// How many bytes of a word in memory come before the first one that isn't 0; the word isn't 0.
+OWN_INLINE int32_t leadingZeroBytes(uint64_t word) {
+#if defined(__GNUC__)
+    return (kFirstIsLow ? __builtin_ctzll(word) : __builtin_clzll(word)) >> 3;
+#else
+    int32_t n = 0;
+    while (byteInMemory(word, n) == 0) n++;
+    return n;
+#endif
+}
+
+// The highest bits of those bytes of a word that are 0.
+OWN_INLINE uint64_t zeroBytes(uint64_t word) {
+    constexpr uint64_t low = UINT64_C(0x7F7F7F7F7F7F7F7F);
+    return ~(((word & low) + low) | word | low);
+}
 
 struct Word {
     Word() = default;

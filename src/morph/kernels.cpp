@@ -75,8 +75,7 @@ OWN_INLINE void lowerRows(Lesser lesser, uint8_t* running, const uint8_t* row, c
 template <class T>
 OWN_INLINE void selectValues(const RowValues& to, const uint8_t* minima, const MaskLane& mask, int32_t count) {
     const Lane<T> lane = {reinterpret_cast<T*>(to.row) + to.first, 0, 0, to.step};
-    const auto same = [](T value) OWN_INLINE_LAMBDA { return value; };
-    walkLanes<true>({count, 1, 1, 1}, mask, same, lane, Lane<const T>{reinterpret_cast<const T*>(minima), 0, 0, 1});
+    copyPixels({count, 1, 1, 1}, mask, lane, Lane<const T>{reinterpret_cast<const T*>(minima), 0, 0, 1});
 }
 
 ptrdiff_t bytesOf(ptrdiff_t nBits) { return (nBits + 7) >> 3; }
@@ -115,9 +114,8 @@ OWN_KERNEL void ownLowerRows_16u(uint8_t* running, const uint8_t* row, const uin
 }
 
 OWN_KERNEL void ownMorphSelect_1u(const RowValues& to, const uint8_t* minima, const MaskLane& mask, int32_t count) {
-    const auto chosen = [](uint64_t old, uint64_t b, uint64_t m) OWN_INLINE_LAMBDA { return (old & ~m) | (b & m); };
-    bitRow(chosen, count, to.row + (to.first >> 3), static_cast<int32_t>(to.first & 7), BitPlace{minima, 0},
-           BitPlace{mask.first, mask.bitOffset});
+    const BitLane<uint8_t> lane = {to.row + (to.first >> 3), 0, static_cast<int32_t>(to.first & 7)};
+    copyBits(count, 1, mask, lane, {minima, 0, 0});
 }
 OWN_KERNEL void ownMorphSelect_8u(const RowValues& to, const uint8_t* minima, const MaskLane& mask, int32_t count) {
     selectValues<uint8_t>(to, minima, mask, count);

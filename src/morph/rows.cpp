@@ -71,7 +71,7 @@ void copyValues(ptrdiff_t count, const RowValues& to, const RowValues& from) {
     }
 }
 
-void copyBits(int32_t count, const RowValues& to, const RowValues& from) {
+void copyBitRun(int32_t count, const RowValues& to, const RowValues& from) {
     const auto same = [](uint64_t, uint64_t bits) OWN_INLINE_LAMBDA { return bits; };
     if (from.step == 1) {
         bitRow(same, count, to.row + (to.first >> 3), static_cast<int32_t>(to.first & 7),
@@ -83,7 +83,7 @@ void copyBits(int32_t count, const RowValues& to, const RowValues& from) {
 
 void ownRowCopy(uint32_t depth, int32_t count, const RowValues& to, const RowValues& from) {
     switch (depth) {
-    case TOV_DEPTH_1U: return copyBits(count, to, from);
+    case TOV_DEPTH_1U: return copyBitRun(count, to, from);
     case TOV_DEPTH_8U: return copyValues<uint8_t>(count, to, from);
     default: return copyValues<uint16_t>(count, to, from);
     }

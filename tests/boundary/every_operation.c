@@ -91,6 +91,24 @@ static void images(void) {
     tovDeallocate(sum, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
 }
 
+static void kernels(void) {
+    static const int32_t values[3] = {1, 2, 3};
+    static const int8_t chars[1] = {-1};
+    TovConvKernel* list[2];
+    TovImage* image = newGray(3, 1, 10);
+    list[0] = tovCreateConvKernel(3, 1, 1, 0, values, 0);
+    list[1] = tovCreateConvKernelChar(1, 1, 0, 0, chars, 0);
+    expect(image != NULL && list[0] != NULL && list[1] != NULL, "kernels are made");
+    if (image != NULL && list[0] != NULL && list[1] != NULL) {
+        tovConvolve2D(image, image, list, 2, TOV_COMBINE_SUM);
+        expect(image->imageData[0] == 20 && image->imageData[1] == 50 && image->imageData[2] == 40,
+               "tovConvolve2D sums its kernels");
+    }
+    tovDeleteConvKernel(list[0]);
+    tovDeleteConvKernel(list[1]);
+    tovDeallocate(image, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
+}
+
 static void colours(void) {
     static const int32_t swap[16] = {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0};
     TovColorTwist twist;
@@ -127,6 +145,9 @@ static void bitmaps(void) {
     if (image != NULL) {
         expect(image->imageData == bitmap.pixels && image->imageData[2] == 99, "its pixels stay where they are");
         expect(image->origin == TOV_ORIGIN_BL && image->nChannels == 3, "a bottom-up bitmap is a bottom-left image");
+        bitmap.header.biHeight = -1;
+        tovConvertToDIB(image, &bitmap.header, 1, 0);
+        expect(bitmap.pixels[2] == 99, "tovConvertToDIB writes the pixels");
         tovDeallocate(image, TOV_IMAGE_HEADER | TOV_IMAGE_DATA);
     }
 }
@@ -135,6 +156,7 @@ int main(void) {
     errors();
     version();
     images();
+    kernels();
     colours();
     bitmaps();
     expect(tovGetErrStatus() == TOV_STS_OK, "no failure at the end");

@@ -45,6 +45,12 @@ Dib decoded(const Dib& dib);
 // The stream of an array, end codes included.
 std::vector<uint8_t> encode(const Dib& dib);
 
+// Of a bitmap without compression: the entry, or the masked word, that stands for a pixel in its place.
+void putPixel(Dib& dib, int32_t x, int64_t y, const Bytes4& pixel);
+// The tables of fixed and of median-cut palettes. Pixels are blue, green, red.
+std::vector<uint32_t> fixedTable(uint32_t entries, bool gray);
+std::vector<uint32_t> medianCut(const std::vector<Bytes4>& pixels, bool gray, int32_t bits);
+
 // A stream of any codes that fits the bitmap.
 std::vector<uint8_t> drawStream(const Dib& dib, Rng& rng);
 

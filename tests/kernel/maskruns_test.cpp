@@ -54,6 +54,9 @@ TEST(MaskRuns, GiveEverySetBitOnceInOrder) {
         const auto want = scan(row, bit, width);
         ASSERT_EQ(walk<tov::MaskRuns>(row, bit, width), want) << "round " << round << " bit " << bit;
         ASSERT_EQ(walk<tov::RaggedMaskRuns>(row, bit, width), want) << "round " << round << " bit " << bit;
+        const tov::BitStretch ones = tov::stretchOfOnes(row.data(), bit, width);
+        ASSERT_EQ(ones.length, want.empty() ? 0 : want.back() + 1 - want.front()) << "round " << round;
+        ASSERT_EQ(ones.start, want.empty() ? 0 : want.front()) << "round " << round;
     }
 }
 

@@ -27,6 +27,7 @@ struct ImageForm {
     int sharesWith = -1;                   // a header of its own over that image's memory,
     int32_t shift = 0;                     // this many bytes further on (plain images only)
     Fill fill = Fill::values;
+    const char* channelSeq = "G"; // "G" makes a GRAY image, all else an RGB one
     int32_t borderMode[4]{}, borderConst[4]{};
 
     int32_t bits() const { return static_cast<int32_t>(depth & 0x7FFFFFFF); }

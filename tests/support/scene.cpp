@@ -100,8 +100,8 @@ TestImage::TestImage(Scene& owner, int number, const ImageForm& s, std::shared_p
     header.nChannels = s.nChannels;
     header.alphaChannel = s.alpha;
     header.depth = s.depth;
-    std::memcpy(header.colorModel, "GRAY", 4);
-    header.channelSeq[0] = 'G';
+    std::memcpy(header.colorModel, form.channelSeq[0] == 'G' ? "GRAY" : "RGB", 4);
+    std::memcpy(header.channelSeq, form.channelSeq, std::min<std::size_t>(4, std::strlen(form.channelSeq)));
     header.dataOrder = s.order;
     header.origin = s.origin;
     header.align = s.align;

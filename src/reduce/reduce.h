@@ -1,0 +1,24 @@
+// Bit reduction.
+#pragma once
+
+#include "tov.h"
+
+namespace tov {
+
+// Lowers the depth of a whole image by keeping the high bits of each value, so that the range of the source becomes
+// that of the destination: 32S to 16U, 8U and 1U, 16U to 8U and 1U, 8U to 1U. jitterType (0 to 8) is the amplitude of
+// the noise that each value gets before, in steps of the destination; 0 adds none. ditherType says how what is lost is
+// spread: 1 not at all, 2 by Floyd's filter, 4 and 8 by the wider filters of Jarvis and of Stucki, 16 by an ordered
+// threshold. levels is the number of high bits that stay significant in the destination's values: negative ones count
+// as 0, those above the depth as half of it. A gray image that is dithered to bits has two levels in any case.
+//
+// The sources of noise are shared by all threads: calls that jitter at the same time disturb each other's pattern, and
+// nothing else. They are drawn from rand, whose seed is the application's.
+//
+// Reports: TOV_STS_BAD_ARG or the code of a faulty header by the checks, which change nothing; under the inner
+// routines' names a pair of depths that is not served, once for each rectangle; TOV_STS_NO_MEMORY, with an empty
+// context where a part of the source can't be staged, which ends the call. A tile of the destination that can't be had
+// ends its row of tiles in silence.
+void tovReduceBits(TovImage* srcImage, TovImage* dstImage, int32_t jitterType, int32_t ditherType, int32_t levels);
+
+} // namespace tov
