@@ -87,6 +87,7 @@ void addConvItems(Items& items);
 void addDibItems(Items& items);
 void addHistItems(Items& items);
 void addMirrorItems(Items& items);
+void addMorphItems(Items& items);
 void addMoveItems(Items& items);
 void addReduceItems(Items& items);
 void addResampleItems(Items& items);

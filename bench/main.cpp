@@ -72,6 +72,7 @@ int main(int argc, char** argv) {
     bench::addArithItems(items);
     bench::addBlurItems(items);
     bench::addConvItems(items);
+    bench::addMorphItems(items);
     bench::addMirrorItems(items);
     bench::addMoveItems(items);
     bench::addAlphaItems(items);

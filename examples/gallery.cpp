@@ -13,6 +13,7 @@
 #include "colours.h"
 #include "convolution.h"
 #include "image.h"
+#include "neighbourhoods.h"
 #include "page.h"
 #include "picture.h"
 #include "sizes.h"
@@ -260,6 +261,7 @@ constexpr Exhibit kExhibits[] = {
     {showSharpening, kValues},   {showEmboss, kValues},      {showEdgeMagnitude, kValues},
     {showCurve, kValues},        {showDithers, kColorBytes}, {showRoundTrips, kColorBytes},
     {showMirrors, kNothing},     {showEnlarged, kValues},    {showReduced, kValues},
+    {showBlur, kNothing},        {showErosion, kNothing},    {showErodedBits, kNothing},
 };
 
 bool has(const TovImage& source, Needs needs) {

@@ -534,6 +534,26 @@ TOV_API void tovConvolve2D(TovImage* srcImage, TovImage* dstImage, TovConvKernel
                            int32_t combineMethod);
 
 /* ------------------------------------------------------------------------------------------------------------------
+ * Morphology
+ * --------------------------------------------------------------------------------------------------------------- */
+
+/*
+ * Each pixel becomes the least value of its channel in a square of 2 * nIterations + 1 pixels a side around it; at 1
+ * bit it stays set where the whole square is set. Depths 1U, 8U and 16U. The images have the same depth, data order and
+ * origin, and may be the same image. A channel of interest of dstImage says where a single channel goes.
+ *
+ * A square sees no more than one pixel around srcImage's region: that rim, read beyond the image's edges by its border
+ * settings, stands for all that lies farther out. A border constant counts with its low bits, at 1 bit as set unless it
+ * is 0. A mask of either image selects pixels to write; squares see all pixels. In place, a side that wraps reads
+ * rows as they are by then. The time hardly depends on nIterations; memory for 2 * nIterations + 1 rows is needed.
+ *
+ * The status is set to TOV_STS_OK first. Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG
+ * with what is wrong; TOV_STS_TILE_FAILURE. Where memory can't be had, the call ends with the status TOV_STS_NO_MEMORY
+ * and no report; dstImage is as it was.
+ */
+TOV_API void tovErode(TovImage* srcImage, TovImage* dstImage, int32_t nIterations);
+
+/* ------------------------------------------------------------------------------------------------------------------
  * Mirror
  * --------------------------------------------------------------------------------------------------------------- */
 

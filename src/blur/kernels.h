@@ -1,17 +1,18 @@
 // The kernels of the blur as its walks see them.
 #pragma once
 
+#include "blur/source.h"
 #include "core/geometry.h"
 #include "tov.h"
 
 namespace tov {
 
-// What a kernel is called with. work is a private copy of the source that begins at the first window's first sample and
-// is nCols by nRows larger than the output; its coi is the source's. dst's region begins at the first output pixel.
+// What a kernel is called with. work begins at the first window's first sample and is nCols by nRows larger than the
+// output. dst's region begins at the first output pixel.
 struct BlurArgs {
-    const TovImage* work;
+    BlurSource* work;
     TovImage* dst;
-    const TovImage* mask; // 1-bit, of the output's size and without region; or null
+    const TovImage* mask; // 1-bit, whose region begins at the first output pixel; or null
     Size size;
     int32_t nCols;
     int32_t nRows;

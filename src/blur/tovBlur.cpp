@@ -76,22 +76,34 @@ bool andMasks(TovImage* a, TovImage* b, TovImage* merged) {
     return !failed;
 }
 
+// Whether a copy of a call's only mask would hold the bits of the mask's own region, unless the blur changed them.
+bool servesAsItIs(const BlurCall& call, const TovImage& mask, int32_t origin) {
+    const bool single = call.src->maskROI == nullptr || call.dst->maskROI == nullptr;
+    return single && call.src->tileInfo == nullptr && isApart(mask, *call.dst) && mask.maskROI == nullptr &&
+           mask.alphaChannel == 0 && mask.origin == origin && tovGetErrStatus() >= 0 && !call.size.empty();
+}
+
 // The mask of the call in an image of the common size; false when the call ends. It starts cleared, since masks of the
 // masks can keep bits of it from being written.
-bool makeMask(const BlurCall& call, TemporaryImage& mask) {
+bool makeMask(BlurCall& call, TemporaryImage& mask) {
     TovImage* srcMask = call.src->maskROI;
     TovImage* dstMask = call.dst->maskROI;
-    const TovImage& like = srcMask != nullptr ? *srcMask : *dstMask;
+    TovImage* like = srcMask != nullptr ? srcMask : dstMask;
     const int32_t origin = srcMask != nullptr ? call.src->origin : dstMask->origin;
-    mask = TemporaryImage(tovCreateImageHeader(1, 0, TOV_DEPTH_1U, "GRAY", "GRAY", like.dataOrder, origin, like.align,
+    if (servesAsItIs(call, *like, origin)) {
+        call.mask = like;
+        return true;
+    }
+    mask = TemporaryImage(tovCreateImageHeader(1, 0, TOV_DEPTH_1U, "GRAY", "GRAY", like->dataOrder, origin, like->align,
                                                call.size.width, call.size.height, nullptr, nullptr, nullptr, nullptr));
     if (mask.get() != nullptr) tovAllocateImage(mask.get(), 1, 0);
     if (!mask) {
         report(TOV_STS_NO_MEMORY, "Allocation failure");
         return false;
     }
+    call.mask = mask.get();
     if (srcMask != nullptr && dstMask != nullptr) return andMasks(srcMask, dstMask, mask.get());
-    tovCopy(srcMask != nullptr ? srcMask : dstMask, mask.get());
+    tovCopy(like, mask.get());
     return tovGetErrStatus() >= 0;
 }
 
@@ -111,7 +123,6 @@ void tovBlur(TovImage* srcImage, TovImage* dstImage, int32_t nCols, int32_t nRow
     TemporaryImage mask;
     if (srcImage->maskROI != nullptr || dstImage->maskROI != nullptr) {
         if (!makeMask(call, mask)) return;
-        call.mask = mask.get();
     }
     if (call.size.empty()) return;
     if (dstImage->tileInfo != nullptr) return srcImage == dstImage ? blurInPlaceTiles(call) : blurToTiles(call);

@@ -2,6 +2,7 @@
 #include "blur/walk.h"
 
 #include "blur/kernels.h"
+#include "core/image.h"
 #include "core/memory.h"
 #include "core/tiles.h"
 
@@ -16,23 +17,23 @@ bool noMemory(const BlurCall& call) {
 
 // Blurs a block into dst, whose region is the block. False when something can't be had, which has been reported.
 bool blurBlock(const BlurCall& call, const TilePart& block, TovImage* dst) {
-    ImageView work;
+    BlurSource work;
     ImageView mask;
-    BorderedCopy samples;
     BorderedCopy maskBits;
     const Point at = {call.from.x + block.offset.x - call.anchorX, call.from.y + block.offset.y - call.anchorY};
     const int64_t width = int64_t{block.size.width} + call.nCols;
     const int64_t height = int64_t{block.size.height} + call.nRows;
     if (width > INT32_MAX || height > INT32_MAX) return noMemory(call);
     const Size size = {static_cast<int32_t>(width), static_cast<int32_t>(height)};
-    if (!samples.fetch(work, *call.src, at, size)) return noMemory(call);
+    const bool stream = isApart(*call.src, *dst) && int64_t{at.y} + size.height < INT32_MAX - BlurSource::kBeyond;
+    if (stream ? !work.stream(*call.src, at, size, call.nRows) : !work.copy(*call.src, at, size)) return noMemory(call);
     const TovImage* bits = call.mask;
     const bool whole = block.size.width == call.size.width && block.size.height == call.size.height;
     if (bits != nullptr && !whole) {
         if (!maskBits.fetch(mask, *call.mask, block.offset, block.size)) return noMemory(call);
         bits = &mask.header;
     }
-    const BlurArgs args = {&work.header, dst, bits, block.size, call.nCols, call.nRows, call.inverse};
+    const BlurArgs args = {&work, dst, bits, block.size, call.nCols, call.nRows, call.inverse};
     return ownBlurRows(args) || noMemory(call);
 }
 

@@ -12,7 +12,7 @@ struct BlurCall {
     const Reporter& report;
     TovImage* src;
     TovImage* dst;
-    TovImage* mask; // of that size, or null
+    TovImage* mask; // whose region begins at the rectangle; or null. Of that size and without region over tiles
     Point from;
     Point to;
     Size size;

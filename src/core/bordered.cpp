@@ -202,6 +202,15 @@ bool isLaidOut(const TovImage& image) {
 
 } // namespace
 
+bool ownBorderedFill(TovImage* image, const OwnRect& rect, const BlockPlace& place) {
+    const bool planes = image->dataOrder == TOV_DATA_ORDER_PLANE;
+    const int32_t nPlanes = planes ? image->nChannels : 1;
+    const int32_t pixelBytes = (depthBits(image->depth) >> 3) * (planes ? 1 : image->nChannels);
+    // Bits are gathered by setting them.
+    if (pixelBytes == 0) std::memset(place.data, 0, static_cast<size_t>(place.rowStep * rect.height * nPlanes));
+    return BorderedFill(*image, place, rect, pixelBytes, nPlanes).run();
+}
+
 uint8_t* ownBorderedBuffer(TovImage* image, int32_t x, int32_t y, int32_t width, int32_t height, int32_t* step) {
     if (image == nullptr || width < 0 || height < 0 || !isLaidOut(*image)) return nullptr;
     const bool planes = image->dataOrder == TOV_DATA_ORDER_PLANE;
@@ -214,10 +223,8 @@ uint8_t* ownBorderedBuffer(TovImage* image, int32_t x, int32_t y, int32_t width,
     AlignedBlock<uint8_t> block(size);
     if (!block) return nullptr;
     *step = static_cast<int32_t>(rowBytes);
-    if (image->depth == TOV_DEPTH_1U) std::memset(block.get(), 0, size);
-    const BlockPlace place = {block.get(), rowBytes, rowBytes * height};
-    BorderedFill fill(*image, place, {x, 0, y, 0, height, width}, static_cast<int32_t>(pixelBytes), nPlanes);
-    return fill.run() ? block.release() : nullptr;
+    const BlockPlace place = {block.get(), static_cast<ptrdiff_t>(rowBytes), static_cast<ptrdiff_t>(rowBytes * height)};
+    return ownBorderedFill(image, {x, 0, y, 0, height, width}, place) ? block.release() : nullptr;
 }
 
 void ownFreeBuffer(uint8_t* buffer) { ownAlignedFree(buffer); }

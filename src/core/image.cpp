@@ -102,6 +102,16 @@ RoiStart ownRoiStart(const TovImage& image, int32_t coiOffset) {
     return {image.imageData + offset, size, bitOffset};
 }
 
+bool isApart(const TovImage& a, const TovImage& b) {
+    if (a.tileInfo != nullptr || b.tileInfo != nullptr) return false;
+    const auto begin = [](const TovImage& i) { return reinterpret_cast<uintptr_t>(i.imageData); };
+    const auto end = [begin](const TovImage& i) {
+        const int64_t nPlanes = i.dataOrder == TOV_DATA_ORDER_PLANE ? i.nChannels : 1;
+        return begin(i) + static_cast<uintptr_t>(planeDistance(i) * nPlanes);
+    };
+    return end(a) <= begin(b) || end(b) <= begin(a);
+}
+
 bool ownSameLayout(const TovImage& a, const TovImage& b, bool hasAlpha) {
     // The largest number stands for the size of a tile that doesn't fit the field.
     if (hasAlpha || a.imageSize == INT32_MAX) return false;

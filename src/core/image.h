@@ -79,6 +79,9 @@ OWN_INLINE MaskLane roiMask(const TovImage& mask, Size& size) {
     return {start.address, mask.widthStep, start.bitOffset};
 }
 
+// Whether two plain images share no byte of memory; false if either is tiled.
+bool isApart(const TovImage& a, const TovImage& b);
+
 constexpr Size kUnlimited = {INT32_MAX, INT32_MAX};
 
 } // namespace tov

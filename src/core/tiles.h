@@ -90,6 +90,11 @@ void ownCopyBlock(const BlockPlace& source, const Corners& from, const BlockPlac
 int32_t ownGatherRect(TovImage* image, const Corners& from, const BlockPlace& target, Point to, int32_t pixelBytes,
                       int32_t nPlanes);
 
+// Fills a place with the rectangle, which may lie partly or wholly outside the image and is extended there by the
+// image's border settings. Rows of the place are whole words; the image's planes go to as many planes of it. False when
+// a tile or memory can't be had.
+bool ownBorderedFill(TovImage* image, const OwnRect& rect, const BlockPlace& place);
+
 // A new block with the rectangle from (x, y) on, which may lie partly or wholly outside the image and is extended there
 // by the image's border settings; step receives its row distance. Planes follow each other height * step bytes apart.
 // Null when the header, a tile or memory fails. The caller hands it to ownFreeBuffer.

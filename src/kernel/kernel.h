@@ -30,7 +30,8 @@
 // Asks for the first lines of a stretch of memory that is needed soon. An address that isn't there does no harm.
 OWN_INLINE void prefetchStart(const void* address) {
 #if defined(__GNUC__)
-    for (int i = 0; i < 6; i++) __builtin_prefetch(static_cast<const char*>(address) + 64 * i);
+    constexpr int bytes = 6 * 64;
+    for (int i = 0; i < bytes; i += 64) __builtin_prefetch(static_cast<const char*>(address) + i);
 #else
     static_cast<void>(address);
 #endif
@@ -43,4 +44,11 @@ OWN_INLINE void prefetchStart(const void* address) {
 #define OWN_EACH _Pragma("omp simd")
 #else
 #define OWN_EACH
+#endif
+
+// Heads a loop in which an iteration may need what the eighth iteration before it, or an earlier one, has made.
+#if defined(__GNUC__)
+#define OWN_EACH_8 _Pragma("omp simd safelen(8)")
+#else
+#define OWN_EACH_8
 #endif

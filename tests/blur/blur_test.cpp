@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cfenv>
+#include <cmath>
 
 #include "reference/blur.h"
 #include "support/sweep.h"
@@ -46,7 +47,7 @@ Sweep blurSweep() {
 TEST(Blur, MatchesTheModel) { runSweep(blurSweep()); }
 
 TEST(Blur, LargeWindowsOfLargeSamples) {
-    for (uint32_t depth : {TOV_DEPTH_16U, TOV_DEPTH_16S, TOV_DEPTH_8S}) {
+    for (uint32_t depth : {TOV_DEPTH_16U, TOV_DEPTH_16S, TOV_DEPTH_8S, TOV_DEPTH_8U}) {
         for (Fill fill : {Fill::ones, Fill::values}) { // sums beyond 2^29 and beyond 2^31
             for (int32_t side : {100, 190}) {
                 Case c = alike(2, depth, 1, 9, 5);
@@ -57,6 +58,30 @@ TEST(Blur, LargeWindowsOfLargeSamples) {
                 scene.run([&](Scene& s) { blur(s, box); });
                 blurImage(want, want.at(0), want.at(1), box);
                 EXPECT_EQ(scene.differences(want), "") << side;
+            }
+        }
+    }
+}
+
+// Sums at the multiples of the area, and one beside them: there the average is the area's quotient or one less.
+TEST(Blur, AveragesWhereTheyStep) {
+    for (uint32_t depth : {TOV_DEPTH_8U, TOV_DEPTH_8S, TOV_DEPTH_16U}) {
+        const int32_t low = depth == TOV_DEPTH_8S ? -128 : 0;
+        for (int32_t area = 2; area < 20000; area += area < 300 ? 1 : area < 8000 ? 701 : 97) {
+            for (int32_t beside : {-1, 1}) {
+                Case c = alike(2, depth, 1, 256, 2);
+                for (int32_t& mode : c.images[0].borderMode) mode = TOV_BORDER_REPLICATE;
+                Scene scene(c);
+                for (int32_t i = 0; i < 256; ++i) {
+                    setSample(scene.at(0), i, 0, 0, low + i);
+                    setSample(scene.at(0), i, 1, 0, saturate(low + i + beside, depth));
+                }
+                scene.run([&](Scene& s) { blur(s, {1, area, 0, area - 1}); });
+                for (int32_t i = 0; i < 512; ++i) {
+                    const double one = low + i % 256, other = getSample(scene.at(0), i % 256, i / 256, 0);
+                    const double want = std::trunc((one * (area - 1) + other) * static_cast<float>(1.0 / area));
+                    ASSERT_EQ(getSample(scene.at(1), i % 256, i / 256, 0), want) << area << " of " << one;
+                }
             }
         }
     }

@@ -78,6 +78,8 @@ static void images(void) {
         expect(sum->imageData[0] == 1 && sum->imageData[1] == 89, "tovZoom lays lines between pixels");
         tovResize(a, sum, 1, 2, 1, 1, TOV_INTER_NN);
         expect(sum->imageData[0] == 1 && sum->imageData[1] == 200, "tovResize reduces");
+        tovErode(b, sum, 1);
+        expect(sum->imageData[sum->widthStep + 1] == 100 && sum->imageData[0] == 0, "tovErode takes the least value");
         tovSet(sum, 17);
         expect(sum->imageData[2 * sum->widthStep + 4] == 17, "tovSet fills");
         tovConvert(sum, a);

@@ -16,8 +16,7 @@ uint32_t constantBits(int32_t value, uint32_t depth) {
     return count == 32 ? bits : bits & ((1u << count) - 1);
 }
 
-// The coordinate that a mode other than the constant reads at c on an axis of the given length, found by walking.
-static int32_t extended(int32_t c, int32_t length, int32_t mode) {
+int32_t extended(int32_t c, int32_t length, int32_t mode) {
     if (mode == TOV_BORDER_REPLICATE) return std::clamp(c, 0, length - 1);
     int32_t at = 0, step = 1;
     for (int32_t k = 0; k != c;) {
@@ -38,14 +37,18 @@ static int32_t extended(int32_t c, int32_t length, int32_t mode) {
     return at;
 }
 
+int sideOf(const TestImage& image, int32_t x, int32_t y) {
+    if (y < 0) return TOV_SIDE_TOP;
+    if (y >= image.header.height) return TOV_SIDE_BOTTOM;
+    return x < 0 ? TOV_SIDE_LEFT : x >= image.header.width ? TOV_SIDE_RIGHT : -1;
+}
+
 uint32_t borderedBits(const TestImage& image, int32_t x, int32_t y, int c) {
-    const int32_t width = image.header.width, height = image.header.height;
-    const int side = y < 0 ? TOV_SIDE_TOP : y >= height ? TOV_SIDE_BOTTOM : x < 0 ? TOV_SIDE_LEFT : TOV_SIDE_RIGHT;
-    const int32_t mode = image.header.borderMode[side] & 3;
-    if (x < 0 || y < 0 || x >= width || y >= height) {
+    if (const int side = sideOf(image, x, y); side >= 0) {
+        const int32_t mode = image.header.borderMode[side] & 3;
         if (mode == TOV_BORDER_CONSTANT) return constantBits(image.header.borderConst[side], image.header.depth);
-        x = extended(x, width, mode);
-        y = extended(y, height, mode);
+        x = extended(x, image.header.width, mode);
+        y = extended(y, image.header.height, mode);
     }
     const Place place = placeOf(image, x, y, c);
     return readBits(place.address, place.bit, image.header.depth);
