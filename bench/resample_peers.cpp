@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "vips.h"
+
 #ifdef TOV_HAVE_LEPTONICA
 #include <leptonica/allheaders.h>
 #endif
@@ -15,9 +17,6 @@
 extern "C" {
 #include <libswscale/swscale.h>
 }
-#endif
-#ifdef TOV_HAVE_VIPS
-#include <vips/vips.h>
 #endif
 #ifdef TOV_HAVE_YUV
 #include <libyuv.h>
@@ -60,15 +59,6 @@ void addYuv(std::vector<Peer>& peers, int32_t nChannels, int32_t mode, bool enla
 #endif
 
 #ifdef TOV_HAVE_VIPS
-void startVips() {
-    static bool started = false;
-    if (started) return;
-    started = true;
-    if (VIPS_INIT("tov_bench") != 0) failed("libvips");
-    vips_concurrency_set(1);
-    vips_cache_set_max(0);
-}
-
 void addVips(std::vector<Peer>& peers, int32_t mode, bool enlarges) {
     if (!enlarges && mode != TOV_INTER_SUPER) return;
     const char* name = mode == TOV_INTER_SUPER    ? "libvips vips_shrink"
@@ -77,20 +67,14 @@ void addVips(std::vector<Peer>& peers, int32_t mode, bool enlarges) {
                                                   : "libvips vips_resize, cubic";
     startVips();
     peers.push_back(plain(name, [mode](const TovImage& src, const TovImage& dst) {
-        VipsImage* in = vips_image_new_from_memory(src.imageData, static_cast<size_t>(src.imageSize), src.width,
-                                                   src.height, src.nChannels, VIPS_FORMAT_UCHAR);
-        VipsImage* lazy = nullptr;
         const double scale = static_cast<double>(dst.width) / src.width;
         const VipsKernel kernel = mode == TOV_INTER_NN       ? VIPS_KERNEL_NEAREST
                                   : mode == TOV_INTER_LINEAR ? VIPS_KERNEL_LINEAR
                                                              : VIPS_KERNEL_CUBIC;
-        const int result = mode == TOV_INTER_SUPER ? vips_shrink(in, &lazy, 1 / scale, 1 / scale, nullptr)
-                                                   : vips_resize(in, &lazy, scale, "kernel", kernel, nullptr);
-        VipsImage* out = vips_image_new_memory();
-        if (in == nullptr || result != 0 || vips_image_write(lazy, out) != 0) failed("libvips");
-        g_object_unref(out);
-        g_object_unref(lazy);
-        g_object_unref(in);
+        runVips(&src, &dst, [&](VipsImage* in, VipsImage** result) {
+            if (mode == TOV_INTER_SUPER) return vips_shrink(in, result, 1 / scale, 1 / scale, nullptr);
+            return vips_resize(in, result, scale, "kernel", kernel, nullptr);
+        });
     }));
 }
 #endif

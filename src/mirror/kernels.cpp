@@ -95,6 +95,28 @@ OWN_INLINE void reverseTriples(const T* s, T* d, ptrdiff_t count) {
     }
 }
 
+// The same for bytes, five pixels at a time: of 16 bytes, which are shuffled at once, one belongs to the next pixel and
+// is written again with that.
+OWN_INLINE void reverseTriples(const uint8_t* s, uint8_t* d, ptrdiff_t count) {
+    const uint8_t* end = s + 3;
+    ptrdiff_t done = 0;
+    for (; done + 6 <= count; done += 5) {
+        uint8_t in[16];
+        uint8_t out[16];
+        std::memcpy(in, end - 3 * (done + 5) - 1, sizeof in);
+        out[0] = in[13], out[1] = in[14], out[2] = in[15];
+        out[3] = in[10], out[4] = in[11], out[5] = in[12];
+        out[6] = in[7], out[7] = in[8], out[8] = in[9];
+        out[9] = in[4], out[10] = in[5], out[11] = in[6];
+        out[12] = in[1], out[13] = in[2], out[14] = in[3];
+        out[15] = in[0];
+        std::memcpy(d + 3 * done, out, sizeof out);
+    }
+    for (; done < count; done++) {
+        for (ptrdiff_t c = 0; c < 3; c++) d[3 * done + c] = end[c - 3 * (done + 1)];
+    }
+}
+
 // Pixels of four bytes backwards, at any address.
 OWN_INLINE void reverseWords(const uint8_t* s, uint8_t* d, ptrdiff_t count) {
     const uint8_t* from = s - 4 * (count - 1);
