@@ -330,9 +330,9 @@ TOV_API void tovSet(TovImage* image, int32_t fillValue);
 /*
  * A piecewise curve. Segment i goes from key[i] to the value before key[i + 1]: there x becomes value[i] +
  * (x - key[i]) * factor[i], or value[i] where interpolate is 0, and the result wraps at the width of the depth. Values
- * below the first key and from the last one on stay as they are. A segment that begins at the same key as the one
- * before it is never entered, and none behind it is. The last value and factor are never read, nor is factor with
- * interpolate 0.
+ * below the first key and from the last one on stay as they are. Of two equal neighbouring keys the second one is never
+ * met: the segment that the first one begins runs to the end of the range. The last value and factor are never read.
+ * With interpolate 0 factor isn't read and may be null; otherwise it must not be, which isn't checked.
  */
 typedef struct TovLUT {
     int32_t num;  /* of keys, at least 2 */
@@ -346,7 +346,7 @@ typedef struct TovLUT {
  * Maps each channel of srcImage through its curve into dstImage, under the masks of both. Depths 8U and 16U. lut has an
  * entry for each channel of srcImage; those of channels that take no part (alpha, or all but the channel of interest)
  * are not looked at. The curves are only read. depth and origin must agree, and dataOrder unless both images have one
- * channel. Both may be the same image.
+ * channel. Both may be the same image. An image of one channel that is its own alpha ends the call in silence.
  *
  * The call also ends, without a report, when the thread's status is already negative: clear it by
  * tovSetErrStatus(TOV_STS_OK) first. Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG for
@@ -584,8 +584,9 @@ TOV_API void tovMirror(TovImage* srcImage, TovImage* dstImage, int32_t flipAxis)
  * the same header.
  *
  * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed, or for
- * a tile that can't be had. Where an image is tiled, a negative status of the thread ends the call at a request for a
- * tile, which is then not released: clear the status by tovSetErrStatus(TOV_STS_OK) first.
+ * a tile that can't be had. Where an image is tiled, a negative status of the thread, which is looked at after each
+ * request for a tile but the destination's first, ends the call; the tile just asked for is then not released, that of
+ * the other image is. Clear the status by tovSetErrStatus(TOV_STS_OK) first.
  */
 TOV_API void tovConvert(TovImage* srcImage, TovImage* dstImage);
 
@@ -650,18 +651,21 @@ TOV_API TovImage* tovTranslateDIB(BITMAPINFOHEADER* dib, int32_t* cloneData);
  * Bitmaps of 1, 4 and 8 bits take for each pixel the nearest entry of their colour table, the first of equally near
  * ones; in a table of 256 a gray pixel takes the entry of its own number if that is the same gray. paletteConversion 0
  * keeps the table, 1 fills it with a fixed one (if it has 2, 16 or 256 entries), 2 with one made of the image by median
- * cut, whose length goes to biClrUsed; more than 8 bits have no table to fill. In 16 bits colours are cut or widened to
- * their masks, in 32 bits they are put at the low end of their masks. BI_RLE8 and BI_RLE4 arrays are compressed in
- * place at the end, and biSizeImage set, or biCompression set to 0 where that doesn't pay.
+ * cut; more than 8 bits have no table to fill. Median cut needs room for as many entries as the bit count has, whatever
+ * biClrUsed was; it sets biClrUsed, and the pixels begin right behind the new table. In 16 bits colours are cut or
+ * widened to their masks, in 32 bits they are put at the low end of their masks. BI_RLE8 and BI_RLE4 arrays are
+ * compressed in place at the end, and biSizeImage set, or biCompression set to 0 where that doesn't pay.
  *
  * dither 1 writes pixels as they are; 2 (Floyd), 4 (Jarvis), 8 (Stucki) and 16 (ordered) spread what is lost. That is
- * for 16U images of gray or RGB, and for 8U gray ones into 1-bit bitmaps; a tiled image is served as well.
+ * for images whose colorModel and channelSeq tell of gray or RGB: of depth 16U, RGB not into 1 bit, and for 8U gray
+ * ones into 1-bit bitmaps. A tiled image is served as well.
  *
  * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed, and for
  * a mask of 0; TOV_STS_BAD_DATA_OR_TILE, "image->imageData==0", for a tiled image that isn't dithered;
  * TOV_STS_BAD_COLOR_SEQ; TOV_STS_NO_MEMORY; TOV_STS_INTERNAL for a colour table that can't be made (of a tiled image,
  * say) and after the reports of a dithering that fails, to which any status but TOV_STS_OK from earlier calls counts.
- * The bitmap is untouched then, except that its colour table may be new.
+ * The bitmap is untouched then, except that its colour table may be new. Where memory for the compression fails, its
+ * pixels are whole but not compressed: set biCompression to 0 to use it.
  */
 TOV_API void tovConvertToDIB(TovImage* image, BITMAPINFOHEADER* dib, int32_t dither, int32_t paletteConversion);
 

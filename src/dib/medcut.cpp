@@ -225,13 +225,14 @@ bool isSequence(const TovImage& image, const char (&three)[5], const char (&four
 
 bool ownMedcutPalette(BITMAPINFOHEADER* dib, const TovImage& image) {
     const BITMAPINFOHEADER header = bitmapAt(dib).header;
-    if (header.biBitCount > 8 || image.imageData == nullptr) return false;
+    if (header.biBitCount > 8) return false;
     if (image.depth == TOV_DEPTH_1U) {
         Table table(dib);
         table.add({0, 0, 0, 0}, false);
         table.add({255, 255, 255, 0}, false);
         return table.close();
     }
+    if (image.imageData == nullptr) return false;
     constexpr int32_t inOrder[kAxes] = {0, 1, 2};
     constexpr int32_t reversed[kAxes] = {2, 1, 0};
     constexpr int32_t single[kAxes] = {0, 0, 0};

@@ -1,4 +1,7 @@
 // The pixels of an image into a bitmap.
+#include <cstddef>
+#include <cstring>
+
 #include "core/context.h"
 #include "core/lifecycle.h"
 #include "dib/dib.h"
@@ -13,7 +16,10 @@ namespace {
 constexpr Reporter report{"tovConvertToDIB", "tovDIB"};
 constexpr int32_t kNoDither = 1;
 
-bool acceptsImage(const TovImage& image, const BITMAPINFOHEADER& header) {
+// The bitmap's size is read by itself, since its header may turn out to be a shorter one.
+bool acceptsImage(const TovImage& image, const BITMAPINFOHEADER* dib) {
+    BITMAPINFOHEADER header{};
+    std::memcpy(&header, dib, offsetof(BITMAPINFOHEADER, biPlanes));
     const bool knownDepth = image.depth == TOV_DEPTH_1U || image.depth == TOV_DEPTH_8U || image.depth == TOV_DEPTH_16U;
     return report.passes({
         {image.nChannels <= 0 || image.nChannels > 4, "(image->nChannels <= 0 || image->nChannels > 4)"},
@@ -59,7 +65,8 @@ TemporaryImage dithered(TovImage* image, int32_t bitCount, int32_t dither) {
         report(TOV_STS_NO_MEMORY, "Not enough memory to allocate header for temporal image");
         return {};
     }
-    tovAllocateImage(temporary.get(), 0, 0);
+    // Filled, so that nothing but pixels is shown where a handler clears the status of a reduction that failed.
+    tovAllocateImage(temporary.get(), 1, 0);
     tovReduceBits(image, temporary.get(), 0, dither, levels);
     if (tovGetErrStatus() == TOV_STS_OK && temporary) return temporary;
     report(TOV_STS_INTERNAL, "Dithering can't be produced");
@@ -119,11 +126,12 @@ void convertRows(Conversion& conversion, const Bitmap& bitmap, const TovImage& i
     const Rows to = rowsFromTop(ownDIBPixels(bitmap), bitmapRowBytes(header), image.height, header.biHeight > 0);
     Pixel piece[kPiece];
     for (int32_t y = 0; y < image.height; y++) {
-        for (int32_t x = 0; x < image.width; x += kPiece) {
+        for (int32_t x = 0; x < image.width;) {
             const int32_t count = image.width - x < kPiece ? image.width - x : kPiece;
             conversion.read(from.at(y), x, count, channelStride, piece);
             if (conversion.transform != nullptr) conversion.transform(piece, count);
             conversion.write(conversion.target, piece, count, to.at(y), x);
+            x += count;
         }
     }
 }
@@ -137,9 +145,9 @@ using namespace tov;
 void tovConvertToDIB(TovImage* image, BITMAPINFOHEADER* dib, int32_t dither, int32_t paletteConversion) {
     if (!report.accepts(image)) return;
     if (dib == nullptr) return report(TOV_STS_BAD_ARG, "dib==0");
-    const BITMAPINFOHEADER header = bitmapAt(dib).header;
-    if (!acceptsImage(*image, header)) return;
+    if (!acceptsImage(*image, dib)) return;
     if (!hasInfoHeader(dib)) return report(TOV_STS_BAD_ARG, "(dib->biSize != sizeof(BITMAPINFOHEADER))");
+    const BITMAPINFOHEADER header = bitmapAt(dib).header;
     if (!acceptsBitmap(report, header) || !acceptsOptions(dither, paletteConversion)) return;
     if (dither == kNoDither && image->imageData == nullptr) {
         return report(TOV_STS_BAD_DATA_OR_TILE, "image->imageData==0");

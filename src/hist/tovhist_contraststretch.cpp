@@ -96,7 +96,9 @@ void tovContrastStretch(TovImage* srcImage, TovImage* dstImage, TovLUT* const* l
     for (int32_t k = 0; k < n; k++) {
         if (!isCurve(curves[k], histSize)) return;
     }
-    const AlignedBlock<uint8_t> tables(static_cast<size_t>(n) * static_cast<size_t>(histSize * bits / 8));
+    const uint64_t bytes = static_cast<uint64_t>(n) * static_cast<uint64_t>(histSize * bits / 8);
+    AlignedBlock<uint8_t> tables;
+    if (bytes <= PTRDIFF_MAX) tables = AlignedBlock<uint8_t>(static_cast<size_t>(bytes));
     if (!tables) return report(TOV_STS_NO_MEMORY, "");
     for (int32_t k = 0; k < n; k++) {
         const ptrdiff_t first = ptrdiff_t{k} * histSize;

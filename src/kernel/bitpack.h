@@ -31,17 +31,17 @@ OWN_INLINE uint8_t firstBits(const uint8_t* flags) {
 // behind the last one stay. The row may begin where the values do, and otherwise is apart from them.
 template <class T, class Test>
 OWN_INLINE void packBits(Test test, int32_t count, const T* s, ptrdiff_t step, uint8_t* row) {
-    constexpr int32_t kBlock = 64;
+    constexpr ptrdiff_t kBlock = 64;
     uint8_t flags[kBlock];
-    for (int32_t x = 0; x < count; x += kBlock) {
-        const int32_t n = count - x < kBlock ? count - x : kBlock;
+    for (ptrdiff_t x = 0; x < count; x += kBlock) {
+        const ptrdiff_t n = count - x < kBlock ? count - x : kBlock;
         const T* from = s + x * step;
         if (n == kBlock && step == 1) {
             OWN_EACH
-            for (int32_t i = 0; i < kBlock; i++) flags[i] = test(from[i]) ? 1 : 0;
+            for (ptrdiff_t i = 0; i < kBlock; i++) flags[i] = test(from[i]) ? 1 : 0;
         } else {
             std::memset(flags, 0, sizeof flags);
-            for (int32_t i = 0; i < n; i++) flags[i] = test(from[i * step]) ? 1 : 0;
+            for (ptrdiff_t i = 0; i < n; i++) flags[i] = test(from[i * step]) ? 1 : 0;
         }
         uint8_t* bytes = row + (x >> 3);
         for (ptrdiff_t i = 0; i < n >> 3; i++) bytes[i] = firstBits(flags + 8 * i);

@@ -10,7 +10,9 @@ namespace tov {
 DitherChannels::DitherChannels(const TovImage& image, ptrdiff_t rowStep, int32_t planeRows) {
     const ColorKind kind = colorKind(image);
     gray = kind == ColorKind::kGray;
-    count = gray ? 1 : kind == ColorKind::kRgb && image.nChannels >= 3 ? 3 : 0;
+    colors = kind == ColorKind::kRgb;
+    blueFirst = image.channelSeq[0] == 'B';
+    count = gray ? 1 : colors && image.nChannels >= 3 ? 3 : 0;
     const bool planes = image.dataOrder == TOV_DATA_ORDER_PLANE;
     channelStep = planes ? rowStep * planeRows : depthBits(image.depth) >> 3;
     pixelStep = planes ? 1 : image.nChannels;
@@ -19,7 +21,7 @@ DitherChannels::DitherChannels(const TovImage& image, ptrdiff_t rowStep, int32_t
 DitherChannels DitherChannels::only(int32_t channel) const {
     DitherChannels one = *this;
     one.count = 1;
-    one.first = offset(channel);
+    one.first = offset(colors && blueFirst ? 2 - channel : channel);
     return one;
 }
 

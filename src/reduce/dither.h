@@ -38,14 +38,17 @@ struct DitherLine {
 };
 
 // Where the channels that are dithered lie: one in a gray image, the three colours of a coloured one. An image that
-// tells of neither, or of colours but has fewer than three channels, has none.
+// tells of neither has none, and neither has one that tells of colours and lacks channels for them.
 struct DitherChannels {
     DitherChannels(const TovImage& image, ptrdiff_t rowStep, int32_t planeRows);
 
     ptrdiff_t offset(int32_t channel) const { return first + channel * channelStep; }
+    // One channel alone; colours are counted from red on.
     DitherChannels only(int32_t channel) const;
 
     bool gray = false;
+    bool colors = false;
+    bool blueFirst = false;
     int32_t count = 0;
     ptrdiff_t first = 0;       // in bytes
     ptrdiff_t channelStep = 0; // in bytes

@@ -16,6 +16,7 @@ constexpr const char* kGrayDepths =
     "Error output depth for gray image dithering. Valid depths are :32S=>16U,8U; 16U => 8U,1U; 8U => 1U";
 constexpr const char* kTiledGrayDepths =
     "Error depth for gray image dithering. Valid depths are :32S=>16U,8U; 16U => 8U,1U; 8U => 1U";
+constexpr const char* kFewChannels = "image->nChannels < 3";
 constexpr const char* kColorDepths = "Error output depth for color dithering. 16U,8U is valid now";
 
 // What is reported for a source depth that doesn't go with the destination's.
@@ -91,16 +92,17 @@ void ownMapToBit(const TovImage& src, const TovImage& dst, const ReductionPlace&
 
 void own_dither_rect(const TovImage& image, int32_t ditherType, const DitherRect& rect) {
     const DitherChannels channels(image, rect.rowStep, rect.tileHeight);
-    if (channels.count == 0) return;
+    if (!channels.gray && !channels.colors) return;
     if (ditherType != 2 && ditherType != 4 && ditherType != 8 && ditherType != 16) {
         return reportDither(TOV_STS_BAD_ARG, "Erroneous dither option");
     }
     if (image.depth != TOV_DEPTH_8U && image.depth != TOV_DEPTH_16U) {
         return reportDither(TOV_STS_BAD_ARG, channels.gray && ditherType == 16 ? kGrayDepths : kColorDepths);
     }
+    if (channels.count == 0) return reportDither(TOV_STS_BAD_ARG, kFewChannels);
     if (ditherType == 16) return ditherOrdered(image.depth, channels, rect);
-    const bool colors = !channels.gray && image.dataOrder == TOV_DATA_ORDER_PIXEL;
-    if (colors) return ditherKernel(image.depth, ditherType, true)(channels, rect, ditherType);
+    if (channels.colors && image.dataOrder == TOV_DATA_ORDER_PIXEL)
+        return ditherKernel(image.depth, ditherType, true)(channels, rect, ditherType);
     for (int32_t c = 0; c < channels.count; c++) {
         ditherKernel(image.depth, ditherType, false)(channels.only(c), rect, ditherType);
     }
@@ -108,9 +110,11 @@ void own_dither_rect(const TovImage& image, int32_t ditherType, const DitherRect
 
 void own_dither_tiled_errprop(const TovImage& image, int32_t ditherType, const DitherLine& line) {
     const DitherChannels channels(image, line.rowStep, line.tileHeight);
-    if (channels.count == 0 || line.line >= line.height) return;
+    if (!channels.gray && !channels.colors) return;
     if (image.depth == TOV_DEPTH_8U || image.depth == TOV_DEPTH_16U) {
-        return ditherTiledLine(image, ditherType, channels, line);
+        if (channels.count == 0) return reportTiled(TOV_STS_BAD_ARG, kFewChannels);
+        if (line.line < line.height) ditherTiledLine(image, ditherType, channels, line);
+        return;
     }
     const bool gray = channels.gray && ditherType == 2;
     reportTiled(TOV_STS_BAD_ARG, gray ? kTiledGrayDepths : kColorDepths);

@@ -16,8 +16,8 @@ namespace tov {
 // nothing else. They are drawn from rand, whose seed is the application's.
 //
 // Reports: TOV_STS_BAD_ARG or the code of a faulty header by the checks, which change nothing; under the inner
-// routines' names a pair of depths that is not served, once for each rectangle; TOV_STS_NO_MEMORY, with an empty
-// context where a part of the source can't be staged, which ends the call. A tile of the destination that can't be had
+// routines' names a pair of depths that is not served, once for each rectangle; TOV_STS_NO_MEMORY, "Out of
+// memory" where a part of the source can't be staged, which ends the call. A tile of the destination that can't be had
 // ends its row of tiles in silence.
 void tovReduceBits(TovImage* srcImage, TovImage* dstImage, int32_t jitterType, int32_t ditherType, int32_t levels);
 

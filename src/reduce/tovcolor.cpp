@@ -19,7 +19,8 @@ namespace {
 constexpr Reporter report{"tovReduceBits", "tovcolor"};
 constexpr int32_t kNoDither = 1;
 constexpr int32_t kFloydDither = 2;
-constexpr int32_t kOrderedDither = 16;
+
+bool spreadsErrors(int32_t ditherType) { return ditherType == kFloydDither || ditherType == 4 || ditherType == 8; }
 
 bool isServed(TovImage* srcImage, TovImage* dstImage, int32_t jitterType, int32_t ditherType) {
     if (!report.passes({{jitterType < 0 || jitterType > 8, "(jitterType<0)||( jitterType >= 9)"}})) return false;
@@ -92,7 +93,7 @@ public:
         buffer_ = ownBorderedBuffer(&source, rect.x, rect.y, rect.size.width, rect.size.height, &step);
         place_ = {buffer_,      rect.data,        step,          rect.size.height, rect.size.width,
                   rect.rowStep, rect.size.height, rect.planeRows};
-        if (buffer_ == nullptr) report(TOV_STS_NO_MEMORY, "");
+        if (buffer_ == nullptr) report(TOV_STS_NO_MEMORY, "Out of memory");
     }
     Staged(const Staged&) = delete;
     Staged& operator=(const Staged&) = delete;
@@ -189,12 +190,13 @@ void ditherToBits(TovImage& src, TovImage& dst, int32_t ditherType) {
                                                     src.height, nullptr, nullptr, nullptr, nullptr));
     if (tovGetErrStatus() < 0) return;
     tovAllocateImage(whole.get(), 1, 0);
-    if (tovGetErrStatus() < 0) return;
+    // Whatever a handler does to the status, there is no going on without pixels.
+    if (tovGetErrStatus() < 0 || whole.get() == nullptr) return;
     tovCopy(&src, whole.get());
-    if (tovGetErrStatus() < 0) return;
+    if (tovGetErrStatus() < 0 || !whole) return;
 
     const bool tiled = src.tileInfo != nullptr || dst.tileInfo != nullptr;
-    const bool unbroken = tiled && ditherType != kOrderedDither;
+    const bool unbroken = tiled && spreadsErrors(ditherType);
     if (unbroken) {
         own_dither_rect(*whole.get(), ditherType,
                         {whole->imageData, whole->width, whole->height, whole->widthStep, 0, 0, 0, whole->height});
@@ -228,8 +230,7 @@ void tovReduceBits(TovImage* srcImage, TovImage* dstImage, int32_t jitterType, i
     if (dithers && dstImage->depth == TOV_DEPTH_1U && colorKind(*srcImage) == ColorKind::kGray) {
         return ditherToBits(*srcImage, *dstImage, ditherType);
     }
-    const bool spreads = ditherType == kFloydDither || ditherType == 4 || ditherType == 8;
-    if (spreads && dstImage->tileInfo != nullptr) {
+    if (spreadsErrors(ditherType) && dstImage->tileInfo != nullptr) {
         return reduceThenSpread(*srcImage, *dstImage, jitterType, ditherType, levels);
     }
     reduceRects(*srcImage, *dstImage, jitterType, ditherType, levels);

@@ -6,6 +6,7 @@
 #include "kernel/round.h"
 #include "kernel/walk.h"
 #include "resample/decimate.h"
+#include "resample/nearest.h"
 
 namespace tov {
 
@@ -126,6 +127,36 @@ OWN_INLINE void pixelRow(const Grid<T>& grid, int32_t plane, const Taps<NY>& row
     }
 }
 
+// Whether columns stand two pixels apart.
+inline bool everyOther(const Taps<1>* columns, int32_t count, ptrdiff_t pixelStep) {
+    for (int32_t i = 1; i < count; i++) {
+        if (columns[i].at[0] - columns[i - 1].at[0] != 2 * pixelStep) return false;
+    }
+    return true;
+}
+
+// Rows of nearest pixels. Gives the position behind the last one.
+template <class T>
+OWN_INLINE double nearestRows(const Grid<T>& grid, const DecimateArgs& args, int32_t plane, const Taps<1>* columns,
+                              int32_t first, int32_t count) {
+    const int32_t n = grid.nValues;
+    const bool dense = grid.src.pixelStep == n && grid.dst.pixelStep == n;
+    const bool even = dense && (n == 1 || n * sizeof(T) == 4) && everyOther(columns, count, n);
+    double y = args.at.y;
+    for (int32_t j = 0; j < args.size.height; j++, y += args.yRate) {
+        T* d = grid.dst.row(plane, j) + first * grid.dst.pixelStep;
+        const Taps<1> row = tapsAt<1>(y, grid.y);
+        if (!even) {
+            pixelRow<1, 1>(grid, plane, row, columns, count, d);
+            continue;
+        }
+        const auto* from = reinterpret_cast<const uint8_t*>(grid.src.row(plane, 0)) + row.at[0];
+        const T* s = reinterpret_cast<const T*>(from) + columns[0].at[0];
+        n == 1 ? takeEveryOther<sizeof(T)>(s, d, count) : takeEveryOther<4>(s, d, count);
+    }
+    return y;
+}
+
 // A row, of which the first pixel may stand on the source's first column: nothing lies across it then.
 template <int32_t NX, int32_t NY, class T>
 OWN_INLINE void blockRow(const Grid<T>& grid, int32_t plane, const Taps<NY>& row, const Taps<NX>* columns,
@@ -152,6 +183,10 @@ OWN_INLINE Position decimate(const DecimateArgs& args) {
             x += args.xRate;
         }
         for (int32_t plane = 0; plane < grid.nPlanes; plane++) {
+            if constexpr (NX == 1 && NY == 1) {
+                y = nearestRows(grid, args, plane, columns, first, count);
+                continue;
+            }
             y = args.at.y;
             for (int32_t j = 0; j < args.size.height; j++) {
                 T* d = grid.dst.row(plane, j) + first * grid.dst.pixelStep;

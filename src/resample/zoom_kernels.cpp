@@ -7,6 +7,7 @@
 #include "kernel/bitrows.h"
 #include "kernel/walk.h"
 #include "kernel/word.h"
+#include "resample/nearest.h"
 #include "resample/zoom.h"
 
 namespace tov {
@@ -98,16 +99,35 @@ OWN_INLINE void gatherAny(int32_t nValues, const T* row, ptrdiff_t step, const i
     }
 }
 
+// The same where each column stands twice after `before` others. False for pixels that have another form.
+template <class T>
+OWN_INLINE bool gatherPairs(int32_t nValues, const T* row, ptrdiff_t step, int32_t before, const int32_t* columns,
+                            ptrdiff_t count, T* d) {
+    if (before < 0 || step != nValues || (nValues != 1 && (nValues != 4 || sizeof(T) != 1))) return false;
+    const T* first = row + columns[before] * step;
+    T* to = d + ptrdiff_t{before} * nValues;
+    const ptrdiff_t nPairs = (count - before) / 2;
+    nValues == 1 ? takeTwice<sizeof(T)>(first, to, nPairs) : takeTwice<4>(first, to, nPairs);
+    const ptrdiff_t done = before + 2 * nPairs;
+    gatherAny(nValues, row, step, columns, before, d);
+    gatherAny(nValues, row, step, columns + done, count - done, d + done * nValues);
+    return true;
+}
+
 template <class T>
 OWN_INLINE bool zoomNearest(const ZoomArgs& args) {
     const Samples<T> samples(args);
+    const int32_t before = beforePairs(args.columns, samples.size.width);
     const auto rowBytes = static_cast<size_t>(samples.values()) * sizeof(T);
     const T* made = nullptr;
     return eachRow(samples, [&](int32_t plane, int32_t y, T* d) OWN_INLINE_LAMBDA {
         const bool again = y > 0 && args.rows[y] == args.rows[y - 1];
         if (!again) {
-            gatherAny(samples.nValues, samples.src.row(plane, args.rows[y]), samples.src.pixelStep, args.columns,
-                      samples.size.width, d);
+            const T* row = samples.src.row(plane, args.rows[y]);
+            const ptrdiff_t step = samples.src.pixelStep;
+            if (!gatherPairs(samples.nValues, row, step, before, args.columns, samples.size.width, d)) {
+                gatherAny(samples.nValues, row, step, args.columns, samples.size.width, d);
+            }
         } else if (made != d) {
             std::memcpy(d, made, rowBytes);
         }

@@ -130,6 +130,11 @@ Dib drawTarget(Rng& rng, const TovImage& image) {
         dib.words.push_back(static_cast<uint32_t>(rng.next())),
             dib.header.biClrUsed = static_cast<uint32_t>(dib.words.size());
     }
+    for (int i = 0; i < 40 && dib.words.size() == 256; ++i) { // grays in their places, and the same earlier
+        const int32_t gray = rng.between(0, 255);
+        dib.words[static_cast<std::size_t>(gray)] = static_cast<uint32_t>(gray) * 0x10101;
+        dib.words[static_cast<std::size_t>(rng.between(0, gray))] = static_cast<uint32_t>(gray) * 0x10101;
+    }
     dib.pixels.resize(static_cast<std::size_t>(dib.step() * dib.rows()));
     for (uint8_t& byte : dib.pixels) byte = static_cast<uint8_t>(rng.next());
     return dib;
@@ -146,9 +151,9 @@ TEST(ConvertToDIB, EveryFormOfImageAndBitmap) {
         Rng rng(number + 7);
         const Form form = forms[rng.between(0, 6)];
         const char* seq = form.nChannels == 1 ? rng.pick({"G", "GRAY"}) : rng.pick({"BGR", "BGRA", "RGB", "RGBA"});
-        const bool large = rng.oneIn(50); // enough for answers to be kept
+        const bool large = rng.oneIn(80); // enough for answers to be kept, and for several pieces of a row
         const Image image =
-            makeImage(form.nChannels, form.depth, seq, large ? 190 : rng.between(1, 60), large ? 27 : rng.between(1, 9),
+            makeImage(form.nChannels, form.depth, seq, large ? 2100 : rng.between(1, 60), large ? 2 : rng.between(1, 9),
                       rng.between(0, 1), rng.between(0, 1), rng.pick({4, 8, 16, 32}));
         fill(*image, rng);
         Dib dib = drawTarget(rng, *image);
@@ -185,7 +190,7 @@ TEST(ConvertToDIB, EveryFormOfImageAndBitmap) {
     }
     EXPECT_GT(dithers, 500);
     EXPECT_GT(cuts, 300);
-    EXPECT_GT(streams, 20);
+    EXPECT_GT(streams, 10);
 }
 
 Report toReport(TovStatus status, const char* context) { return {status, "tovConvertToDIB", context, "tovDIB"}; }
@@ -264,6 +269,7 @@ TEST(ConvertToDIB, ReportsStepsThatFail) {
         EXPECT_EQ(call.refused(tableMayChange), want);
     };
     expect([](Call& c) { c.options.palette = 2, std::memcpy(c.image->channelSeq, "GRAY", 4); }, Call(), {noTable});
+    expect([](Call& c) { c.options.palette = 2, std::memcpy(c.image->channelSeq, "RGBX", 4); }, Call(), {noTable});
     expect([](Call& c) { c.options.palette = 2, c.dib.header.biBitCount = 12; }, Call(), {noTable});
     expect([](Call& c) { std::memcpy(c.image->channelSeq, "YUV", 4); }, Call(),
            {toReport(-14, "image->channelSeq unsupport")});
@@ -281,6 +287,22 @@ TEST(ConvertToDIB, ReportsStepsThatFail) {
     expect([](Call& c) { c.options.dither = 2; }, Call(3, 16, 1),
            {{-16, "tovCreateImageHeader", "Incorrect data-ins", "tovalloc"},
             toReport(-4, "Not enough memory to allocate header for temporal image")});
+}
+
+// A status from earlier counts as a failure of the dithering, and a header may be too short to be copied.
+TEST(ConvertToDIB, EarlierStatusAndShortHeaders) {
+    const Call call(1, 16, 8);
+    const Block bitmap = call.dib.block(), core(12, Fence::end);
+    ReportLog log;
+    tovSetErrStatus(-77);
+    tovConvertToDIB(call.image.get(), headerIn(bitmap), 2, 0);
+    const int32_t fields[3] = {12, 20, 9};
+    std::memcpy(core.data(), fields, sizeof fields);
+    tovConvertToDIB(call.image.get(), headerIn(core), 1, 0);
+    tovConvertToDIB(nullptr, nullptr, 1, 0);
+    EXPECT_EQ(log.reports,
+              (Reports{toReport(-3, "Dithering can't be produced"),
+                       toReport(-5, "(dib->biSize != sizeof(BITMAPINFOHEADER))"), toReport(-9, "Incorrect Image")}));
 }
 
 // A tiled image can be dithered, and otherwise is refused.
@@ -308,7 +330,7 @@ TEST(ConvertToDIB, TiledImages) {
     tovConvertToDIB(&image, headerIn(tiled), 2, 0);
     EXPECT_TRUE(log.reports.empty());
     EXPECT_EQ(std::memcmp(direct.data(), tiled.data(), direct.size()), 0);
-    tovConvertToDIB(&image, headerIn(tiled), 1, 0);
+    tovConvertToDIB(&image, headerIn(tiled), 1, 1);
     tovConvertToDIB(&image, headerIn(tiled), 2, 2);
     EXPECT_EQ(log.reports,
               (Reports{toReport(-12, "image->imageData==0"), toReport(-3, "Error of creating medcut palette")}));

@@ -13,10 +13,15 @@ Sweep convertSweep() {
     Sweep sweep;
     sweep.family.roles = 2;
     sweep.family.depths = {TOV_DEPTH_8U};
-    sweep.family.overlaps = false;
     sweep.family.adjust = [](Case& c, Rng& rng) {
         ImageForm &src = c.images[0], &dst = c.images[1];
         if (dst.sameAs >= 0) return;
+        if (src.sharesWith >= 0 || dst.sharesWith >= 0) { // values go row by row, channel by channel
+            const ImageForm own = dst;
+            dst = src;
+            dst.origin = own.origin, dst.sharesWith = own.sharesWith, dst.shift = own.shift, dst.mask = own.mask;
+            return;
+        }
         const auto depth = [&] { return kDepths[static_cast<std::size_t>(rng.between(0, 4))]; };
         src.depth = depth(), dst.depth = depth();
         dst.width = src.width, dst.height = src.height, dst.origin = rng.between(0, 1), dst.order = rng.between(0, 1);
@@ -33,7 +38,7 @@ Sweep convertSweep() {
     sweep.cases = 12000;
     sweep.product = [](Scene& s) { tovConvert(s[0], s[1]); };
     sweep.model = [](Scene& s) { convertImage(s, s.at(0), s.at(1)); };
-    sweep.mustMeet = {"tiles", "plain", "bit copy", "to bits", "flipped", "straight"};
+    sweep.mustMeet = {"tiles", "plain", "bit copy", "to bits", "flipped", "straight", "overlap"};
     return sweep;
 }
 

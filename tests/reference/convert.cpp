@@ -43,13 +43,13 @@ void convertImage(Scene& scene, TestImage& src, TestImage& dst) {
     ++scene.notes[src.tiled() || dst.tiled() ? "tiles" : "plain"];
     ++scene.notes[copiesBits ? "bit copy" : toBits ? "to bits" : flips ? "flipped" : "straight"];
     const auto sourceRow = [&](int32_t y) { return flips ? height - 1 - y : y; };
-    for (int32_t y = 0; y < height; ++y) {
+    for (int32_t y = 0; y < height; ++y) { // rows of the source, which counts where memory overlaps
         for (int32_t c = 0; c < (toBits ? 1 : dst.header.nChannels); ++c) {
             // Bits are copied in whole bytes, those behind a row's end included.
             const int32_t end = copiesBits ? (width + 7) / 8 * 8 : width;
             for (int32_t x = 0; x < end; ++x) {
-                const double value = getSample(src, x, sourceRow(y), first + c);
-                setSample(dst, x, y, c, toBits ? value > 0 : saturate(value, dst.header.depth));
+                const double value = getSample(src, x, y, first + c);
+                setSample(dst, x, sourceRow(y), c, toBits ? value > 0 : saturate(value, dst.header.depth));
             }
         }
     }

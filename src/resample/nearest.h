@@ -1,0 +1,60 @@
+// Rows of nearest pixels whose positions follow a simple rule: loops for those, in which no position is looked up.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "kernel/word.h"
+
+namespace tov {
+
+// A value of so many bytes at any address.
+template <size_t Bytes>
+struct AnyBytes;
+template <>
+struct AnyBytes<1> {
+    using Type = uint8_t;
+};
+template <>
+struct AnyBytes<2> {
+    using Type = Bytes2;
+};
+template <>
+struct AnyBytes<4> {
+    using Type = Bytes4;
+};
+
+// How many of the columns come before each of the others stands twice in a row, 0 or 1; -1 where that isn't so.
+inline int32_t beforePairs(const int32_t* columns, int32_t count) {
+    const int32_t before = count > 1 && columns[0] != columns[1] ? 1 : 0;
+    for (int32_t i = before; i < count; i++) {
+        if (columns[i] != columns[before] + (i - before) / 2 || (before == 1 && columns[1] != columns[0] + 1))
+            return -1;
+    }
+    return before;
+}
+
+// Takes the pixels of a row twice each, Bytes bytes at a time.
+template <size_t Bytes>
+OWN_INLINE void takeTwice(const void* from, void* to, ptrdiff_t nPairs) {
+    using Pixel = typename AnyBytes<Bytes>::Type;
+    const Pixel* s = static_cast<const Pixel*>(from);
+    Pixel* d = static_cast<Pixel*>(to);
+    OWN_EACH
+    for (ptrdiff_t i = 0; i < nPairs; i++) {
+        d[2 * i] = s[i];
+        d[2 * i + 1] = s[i];
+    }
+}
+
+// Takes every other pixel of a row, Bytes bytes at a time.
+template <size_t Bytes>
+OWN_INLINE void takeEveryOther(const void* from, void* to, ptrdiff_t count) {
+    using Pixel = typename AnyBytes<Bytes>::Type;
+    const Pixel* s = static_cast<const Pixel*>(from);
+    Pixel* d = static_cast<Pixel*>(to);
+    OWN_EACH
+    for (ptrdiff_t i = 0; i < count; i++) d[i] = s[2 * i];
+}
+
+} // namespace tov
