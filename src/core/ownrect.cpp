@@ -168,4 +168,15 @@ bool ownPlainAddress(const TovImage& image, PlainAddress& address) {
     return true;
 }
 
+bool ownPlainPair(const Reporter& report, const TovImage& src, const TovImage& dst, const TovImage* mask,
+                  PlainPair& pair) {
+    BitLane<const uint8_t> bits{};
+    if (!ownPlainAddress(src, pair.src) || !ownPlainAddress(dst, pair.dst)) return false;
+    if (mask != nullptr && !ownMaskBits(*mask, bits)) return false;
+    pair.mask = {bits.first, bits.rowStep, bits.bitOffset};
+    if (pair.src.nChannels == pair.dst.nChannels) return true;
+    report(TOV_STS_BAD_ARG, "Number of processed channels of srcImage != Number of processed channels of dstImage");
+    return false;
+}
+
 } // namespace tov

@@ -1,6 +1,7 @@
 // Rectangles that several images have in common, and the one mask that a call's masks make.
 #pragma once
 
+#include "core/context.h"
 #include "core/geometry.h"
 #include "core/lifecycle.h"
 #include "kernel/bitrows.h"
@@ -64,5 +65,15 @@ struct PlainAddress {
 };
 // False for an image without region that is nothing but an alpha channel.
 bool ownPlainAddress(const TovImage& image, PlainAddress& address);
+
+// Two plain images and the mask of a call on them, which may be null.
+struct PlainPair {
+    PlainAddress src;
+    PlainAddress dst;
+    MaskLane mask;
+};
+// False where there is nothing to walk, and after a report where the images take part with other numbers of channels.
+bool ownPlainPair(const Reporter& report, const TovImage& src, const TovImage& dst, const TovImage* mask,
+                  PlainPair& pair);
 
 } // namespace tov

@@ -114,4 +114,13 @@ ColorMasks bitmapMasks(const Bitmap& bitmap) {
     return masks;
 }
 
+bool acceptsMasks(const Reporter& report, const Bitmap& bitmap, uint32_t (&inOrder)[4]) {
+    const ColorMasks masks = bitmapMasks(bitmap);
+    inOrder[0] = masks.blue;
+    inOrder[1] = masks.green;
+    inOrder[2] = masks.red;
+    inOrder[3] = masks.alpha;
+    return report.passes({{!masks.complete(), "dib->biCompression == 3 && mask == 0"}});
+}
+
 } // namespace tov

@@ -63,6 +63,8 @@ struct ColorMasks {
 };
 // alpha is 0, too, where a colour's mask is.
 ColorMasks bitmapMasks(const Bitmap& bitmap);
+// The same as blue, green, red and alpha; false after a report where a colour's mask is 0.
+bool acceptsMasks(const Reporter& report, const Bitmap& bitmap, uint32_t (&inOrder)[4]);
 
 // The rows of a compressed bitmap, bitmapRowBytes apart, in a new block; null after a report. Pixels that the stream
 // leaves out are 0. The stream has no length: the block of the bitmap must hold it up to its end-of-bitmap code or its

@@ -61,12 +61,8 @@ bool prepare(const Bitmap& bitmap, const TovImage& image, Conversion& conversion
         return false;
     }
     if (bits == 16 || bits == 32) {
-        const ColorMasks masks = bitmapMasks(bitmap);
-        if (!masks.complete()) {
-            report(TOV_STS_BAD_ARG, "dib->biCompression == 3 && mask == 0");
-            return false;
-        }
-        const uint32_t inOrder[] = {masks.blue, masks.green, masks.red, masks.alpha};
+        uint32_t inOrder[4];
+        if (!acceptsMasks(report, bitmap, inOrder)) return false;
         for (int32_t i = 0; i < 4; i++) conversion.source.fields[i] = fieldOf(inOrder[i]);
     }
     if (!pixelTransform(image.channelSeq, true, conversion.transform)) {

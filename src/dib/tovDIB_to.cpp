@@ -104,12 +104,8 @@ bool prepare(const Bitmap& bitmap, const TovImage& image, Conversion& conversion
         return false;
     }
     if (bits == 16 || bits == 32) {
-        const ColorMasks masks = bitmapMasks(bitmap);
-        if (!masks.complete()) {
-            report(TOV_STS_BAD_ARG, "dib->biCompression == 3 && mask == 0");
-            return false;
-        }
-        const uint32_t inOrder[] = {masks.blue, masks.green, masks.red, masks.alpha};
+        uint32_t inOrder[4];
+        if (!acceptsMasks(report, bitmap, inOrder)) return false;
         for (int32_t i = 0; i < 4; i++) conversion.target.fields[i] = fieldOf(inOrder[i], bits == 16);
     } else if (bits <= 8) {
         const uint8_t* table = bitmap.start + bitmap.header.biSize;

@@ -8,13 +8,10 @@ namespace tov {
 
 // Pixel steps count values. Planes take one value of each pixel in each of src.nChannels planes; pixels take as many
 // neighbouring values.
-struct MapArgs {
-    PlainAddress src;
-    PlainAddress dst;
+struct MapArgs : PlainPair {
     int32_t srcPixelStep;
     int32_t dstPixelStep;
     Size size;
-    MaskLane mask;
     const void* tables;
 };
 

@@ -12,19 +12,8 @@ namespace {
 constexpr Reporter report{"tovMap", "tovhist"};
 
 void mapPlain(const TovImage& src, const TovImage& dst, const TovImage* mask, Size size, const void* tables) {
-    MapArgs args{};
-    BitLane<const uint8_t> bits{};
-    if (!ownPlainAddress(src, args.src) || !ownPlainAddress(dst, args.dst)) return;
-    if (mask != nullptr && !ownMaskBits(*mask, bits)) return;
-    if (args.src.nChannels != args.dst.nChannels) {
-        return report(TOV_STS_BAD_ARG,
-                      "Number of processed channels of srcImage != Number of processed channels of dstImage");
-    }
-    args.srcPixelStep = src.nChannels;
-    args.dstPixelStep = dst.nChannels;
-    args.size = size;
-    args.mask = {bits.first, bits.rowStep, bits.bitOffset};
-    args.tables = tables;
+    MapArgs args = {{}, src.nChannels, dst.nChannels, size, tables};
+    if (!ownPlainPair(report, src, dst, mask, args)) return;
     const bool planes = src.dataOrder == TOV_DATA_ORDER_PLANE || (src.nChannels == 1 && dst.nChannels == 1);
     mapKernel(depthBits(src.depth), planes, mask != nullptr)(args);
 }

@@ -7,15 +7,12 @@
 namespace tov {
 
 // What a copy kernel is called with. Pixel steps count values; kernels of bits ignore them.
-struct CopyArgs {
-    PlainAddress src;
-    PlainAddress dst;
+struct CopyArgs : PlainPair {
     int32_t srcPixelStep;
     int32_t dstPixelStep;
     Size size;
     ptrdiff_t rowValues; // neighbouring values in a row, for the walk of rows
     int32_t nChProcess;
-    MaskLane mask;
 };
 
 // What a fill kernel is called with. value has its low bits at the depth repeated through the word.

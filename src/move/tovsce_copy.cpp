@@ -69,19 +69,12 @@ Walk chooseWalk(const TovImage& src, const TovImage& dst, bool masked, CopyArgs&
 
 void copyPlain(const TovImage& src, const TovImage& dst, const TovImage* mask, Size size) {
     CopyArgs args{};
-    BitLane<const uint8_t> bits{};
-    if (!ownPlainAddress(src, args.src) || !ownPlainAddress(dst, args.dst)) return;
-    if (mask != nullptr && !ownMaskBits(*mask, bits)) return;
-    if (args.src.nChannels != args.dst.nChannels) {
-        return report(TOV_STS_BAD_ARG,
-                      "Number of processed channels of srcImage != Number of processed channels of dstImage");
-    }
+    if (!ownPlainPair(report, src, dst, mask, args)) return;
     args.srcPixelStep = src.nChannels;
     args.dstPixelStep = dst.nChannels;
     args.size = size;
     args.rowValues = size.width;
     args.nChProcess = args.src.nChannels;
-    args.mask = {bits.first, bits.rowStep, bits.bitOffset};
     const Walk walk = chooseWalk(src, dst, mask != nullptr, args);
     copyKernel(walk, depthBits(src.depth))(args);
 }
