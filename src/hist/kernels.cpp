@@ -29,7 +29,8 @@ template <int32_t N, class T>
 OWN_INLINE void mapRow(const Tables<T>& tables, ptrdiff_t count, T* d, const T* s) {
     ptrdiff_t i = 0;
     if constexpr (sizeof(T) == 1) {
-        for (; i + 8 * N <= count; i += 8 * N) {
+        constexpr ptrdiff_t kBlock = ptrdiff_t{8} * N;
+        for (; i + kBlock <= count; i += kBlock) {
             for (int32_t w = 0; w < N; w++) {
                 uint64_t word = 0;
                 std::memcpy(&word, s + i + 8 * w, sizeof word);

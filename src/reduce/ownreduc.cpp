@@ -101,8 +101,9 @@ void own_dither_rect(const TovImage& image, int32_t ditherType, const DitherRect
     }
     if (channels.count == 0) return reportDither(TOV_STS_BAD_ARG, kFewChannels);
     if (ditherType == 16) return ditherOrdered(image.depth, channels, rect);
-    if (channels.colors && image.dataOrder == TOV_DATA_ORDER_PIXEL)
+    if (channels.colors && image.dataOrder == TOV_DATA_ORDER_PIXEL) {
         return ditherKernel(image.depth, ditherType, true)(channels, rect, ditherType);
+    }
     for (int32_t c = 0; c < channels.count; c++) {
         ditherKernel(image.depth, ditherType, false)(channels.only(c), rect, ditherType);
     }

@@ -143,9 +143,10 @@ OWN_INLINE double nearestRows(const Grid<T>& grid, const DecimateArgs& args, int
     const bool dense = grid.src.pixelStep == n && grid.dst.pixelStep == n;
     const bool even = dense && (n == 1 || n * sizeof(T) == 4) && everyOther(columns, count, n);
     double y = args.at.y;
-    for (int32_t j = 0; j < args.size.height; j++, y += args.yRate) {
+    for (int32_t j = 0; j < args.size.height; j++) {
         T* d = grid.dst.row(plane, j) + first * grid.dst.pixelStep;
         const Taps<1> row = tapsAt<1>(y, grid.y);
+        y += args.yRate;
         if (!even) {
             pixelRow<1, 1>(grid, plane, row, columns, count, d);
             continue;

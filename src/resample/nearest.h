@@ -28,8 +28,7 @@ struct AnyBytes<4> {
 inline int32_t beforePairs(const int32_t* columns, int32_t count) {
     const int32_t before = count > 1 && columns[0] != columns[1] ? 1 : 0;
     for (int32_t i = before; i < count; i++) {
-        if (columns[i] != columns[before] + (i - before) / 2 || (before == 1 && columns[1] != columns[0] + 1))
-            return -1;
+        if (columns[i] != columns[before] + (i - before) / 2) return -1;
     }
     return before;
 }
