@@ -128,6 +128,21 @@ void failEachTile(const Case& c, const Sweep& sweep, bool bands,
     }
 }
 
+int failEachBlock(const Case& c, const Sweep& sweep, const std::function<void(const Scene& scene, int n)>& check) {
+    for (int n = 1, blocks = n; !testing::Test::HasFatalFailure(); ++n) { // a call that stops has taken n
+        Scene scene(c);
+        scene.run([&](Scene& s) {
+            const MallocWatch watch(n);
+            sweep.product(s);
+            blocks = watch.count();
+        });
+        if (blocks < n) return n - 1;
+        EXPECT_EQ(scene.server.held(), 0u) << c << "\nblock " << n;
+        check(scene, n);
+    }
+    return 0;
+}
+
 void expectRefusal(const Case& c, const std::function<void(Scene&)>& call, const Reports& reports) {
     Scene scene(c);
     const Scene untouched(c);
