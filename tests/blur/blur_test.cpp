@@ -63,6 +63,20 @@ TEST(Blur, LargeWindowsOfLargeSamples) {
     }
 }
 
+// A window of few rows can hold more samples than one of many, and its sums leave 32 bits as well.
+TEST(Blur, WideWindows) {
+    for (uint32_t depth : {TOV_DEPTH_8U, TOV_DEPTH_8S}) {
+        Case c = alike(2, depth, 1, 1, 1);
+        for (int32_t& mode : c.images[0].borderMode) mode = TOV_BORDER_REPLICATE;
+        Scene scene(c), want(c);
+        for (Scene* s : {&scene, &want}) setSample(s->at(0), 0, 0, 0, depth == TOV_DEPTH_8S ? -128 : 255);
+        const Box box{140000, 125, 70000, 3};
+        scene.run([&](Scene& s) { blur(s, box); });
+        blurImage(want, want.at(0), want.at(1), box);
+        EXPECT_EQ(scene.differences(want), "");
+    }
+}
+
 // Sums at the multiples of the area, and one beside them: there the average is the area's quotient or one less.
 TEST(Blur, AveragesWhereTheyStep) {
     for (uint32_t depth : {TOV_DEPTH_8U, TOV_DEPTH_8S, TOV_DEPTH_16U}) {
