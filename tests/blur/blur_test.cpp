@@ -77,6 +77,18 @@ TEST(Blur, WideWindows) {
     }
 }
 
+// Constants around an image become singles by rounding to nearest, whatever the sums are rounded by.
+TEST(Blur, BordersThatSinglesCannotHold) {
+    Case c = alike(2, TOV_DEPTH_32F, 1, 5, 3);
+    c.images[0].fill = Fill::zeros;
+    for (int32_t& value : c.images[0].borderConst) value = 16777219;
+    Scene scene(c), want(c);
+    const Box box{2, 1, 1, 0};
+    scene.run([&](Scene& s) { blur(s, box); });
+    blurImage(want, want.at(0), want.at(1), box);
+    EXPECT_EQ(scene.differences(want), "");
+}
+
 // Sums at the multiples of the area, and one beside them: there the average is the area's quotient or one less.
 TEST(Blur, AveragesWhereTheyStep) {
     for (uint32_t depth : {TOV_DEPTH_8U, TOV_DEPTH_8S, TOV_DEPTH_16U}) {
