@@ -106,6 +106,25 @@ TEST(Erode, AnEarlierStatusDoesNotCount) {
     EXPECT_EQ(scene.status, TOV_STS_OK);
 }
 
+// A mask in the destination's own memory selects by its bits as they are before the call.
+TEST(Erode, AMaskOfTheDestinationsPixels) {
+    Case c = alike(2, TOV_DEPTH_1U, 1, 100, 12);
+    c.value = 1;
+    giveMask(c, 1);
+    c.images[1].hasRoi = true;
+    c.images[1].roi = {0, 0, 2, 100, 10}; // its rows are masked by rows that are written before
+    Case shared = c;
+    shared.images[2].sharesWith = 1;
+    Scene scene(shared), want(c);
+    const auto rows = static_cast<std::size_t>(want.images[1]->header.imageSize);
+    std::copy_n(want.images[1]->header.imageData, rows, want.images[2]->header.imageData);
+    scene.run(erode);
+    erodeImage(want, want.at(0), want.at(1), 1);
+    for (int32_t i = 0; i < 1200; ++i) {
+        ASSERT_EQ(getSample(scene.at(1), i % 100, i / 100, 0), getSample(want.at(1), i % 100, i / 100, 0)) << i;
+    }
+}
+
 TEST(Erode, ATileThatCannotBeHadEndsTheCall) {
     const Sweep sweep = erodeSweep();
     for (uint64_t number = 0; number < 60 && !HasFailure(); ++number) {
