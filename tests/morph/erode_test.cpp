@@ -19,6 +19,7 @@ Sweep erodeSweep() {
         c.value = rng.oneIn(3) ? rng.between(1, 14) : rng.between(1, 3);
         // Few values stay where minima are taken of many, so most of them are large.
         if (rng.oneIn(2)) c.images[0].fill = Fill::ones;
+        for (int32_t& mode : c.images[0].borderMode) mode += rng.oneIn(8) ? 4 : 0; // its low two bits count
     };
     sweep.cases = 8000;
     sweep.product = [](Scene& s) {
