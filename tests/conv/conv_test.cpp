@@ -134,6 +134,24 @@ TEST(Convolve, AnEarlierStatusStays) {
     EXPECT_EQ(scene.status, TOV_STS_BAD_ARG);
 }
 
+// Masks of one channel that counts as alpha are merged as other masks are, and with others refused.
+TEST(Convolve, MasksOfAlpha) {
+    const std::vector<ConvForm> forms = {{1, 1, 0, 0, 0, {1}}};
+    const Kernels kernels(forms);
+    for (int32_t alpha : {0, 1}) {
+        Case c = alike(2, TOV_DEPTH_8U, 1, 9, 4);
+        giveMask(c, 0);
+        c.images[giveMask(c, 1)].alpha = 1;
+        c.images[2].alpha = alpha;
+        Scene scene(c), want(c);
+        scene.run([&](Scene& s) { tovConvolve2D(s[0], s[1], kernels.list.data(), 1, TOV_COMBINE_SUM); });
+        if (alpha != 0) convolveImage(want, want.at(0), want.at(1), forms, TOV_COMBINE_SUM);
+        if (alpha == 0) want.reports = {{-5, "tovAnd", "(nChSrcA != nChDst)", "tovand"}};
+        EXPECT_EQ(scene.differences(want), "");
+        EXPECT_EQ(scene.reports, want.reports);
+    }
+}
+
 // However little of a tile is written, the pixels around all of it are read, and the tile is held meanwhile.
 TEST(Convolve, ReadsAroundWholeTiles) {
     Case c = alike(2, TOV_DEPTH_8U, 1, 40, 40);
