@@ -463,8 +463,10 @@ TOV_API void tovApplyColorTwist(TovImage* srcImage, TovImage* dstImage, const To
  *
  * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed;
  * TOV_STS_BAD_ALPHA_CHANNEL for an image that is nothing but alpha; TOV_STS_BAD_CHANNELS for differing numbers of
- * channels; TOV_STS_NO_MEMORY, "Allocation failure", also where a tile to read can't be had; TOV_STS_TILE_FAILURE. With
- * a single mask a negative status of the thread before the call ends it without a report.
+ * channels; TOV_STS_NO_MEMORY, "Allocation failure", also where a tile that windows read can't be had, or where a mask
+ * leaves no pixel; TOV_STS_TILE_FAILURE for a tile to write, and for one that is blurred in place, where results that
+ * still wait are lost then. Masks that can't be merged are reported by "tovAnd" or "tovCopy". With a single mask a
+ * negative status of the thread before the call ends it without a report.
  */
 TOV_API void tovBlur(TovImage* srcImage, TovImage* dstImage, int32_t nCols, int32_t nRows, int32_t anchorX,
                      int32_t anchorY);
@@ -516,19 +518,20 @@ enum {
 
 /*
  * Convolves srcImage with nKernels (1 to 10) kernels into dstImage, at every depth but TOV_DEPTH_32F. Depths and data
- * orders agree; origins and sizes need not. Both may be the same header. Neighbourhoods read the source outside its
- * region and mask, and beyond its edge by its border settings, whose constants are limited to the range of the depth. A
- * result is rounded to the nearest integer, ties to even, and limited to the range of the depth. Either both images
- * have a channel of interest, or none.
+ * orders agree; origins and sizes need not. Both may be the same header; with two headers over the same pixels,
+ * neighbourhoods can read results. Neighbourhoods read the source outside its region and mask, and beyond its edge by
+ * its border settings, whose constants are limited to the range of the depth. A result is rounded to the nearest
+ * integer, ties to even, and limited to the range of the depth. Either both images have a channel of interest, or none.
  *
  * Sums are exact while their magnitude can't reach 2^24; beyond, they are stored in single precision on the way. With
  * one kernel TOV_COMBINE_SUMSQ gives the square of the result and TOV_COMBINE_SUMSQROOT its magnitude, unless nShiftR
- * isn't 0; other methods don't count then.
+ * isn't 0; any other method is taken then, known or not, and doesn't count.
  *
  * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ROI_OFFSET for a region that begins beyond
  * its image; TOV_STS_BAD_ARG with what is wrong with kernels, method or images; TOV_STS_NO_MEMORY, "Allocation
  * failure", also where a tile to read can't be had; TOV_STS_TILE_FAILURE, "Error get tile to write". After the last two
- * what was done before stays written. A mask without a common pixel ends the call in silence.
+ * what was done before stays written. Masks that can't be merged are reported by "tovAnd". A mask without a common
+ * pixel ends the call in silence.
  */
 TOV_API void tovConvolve2D(TovImage* srcImage, TovImage* dstImage, TovConvKernel* const* kernel, int32_t nKernels,
                            int32_t combineMethod);
@@ -542,14 +545,16 @@ TOV_API void tovConvolve2D(TovImage* srcImage, TovImage* dstImage, TovConvKernel
  * bit it stays set where the whole square is set. Depths 1U, 8U and 16U. The images have the same depth, data order and
  * origin, and may be the same image. A channel of interest of dstImage says where a single channel goes.
  *
- * A square sees no more than one pixel around srcImage's region: that rim, read beyond the image's edges by its border
- * settings, stands for all that lies farther out. A border constant counts with its low bits, at 1 bit as set unless it
- * is 0. A mask of either image selects pixels to write; squares see all pixels. In place, a side that wraps reads
- * rows as they are by then. The time hardly depends on nIterations; memory for 2 * nIterations + 1 rows is needed.
+ * A square sees no more than one pixel around the rectangle, as regions and masks make it: that rim of srcImage, read
+ * beyond the image's edges by its border settings, stands for all that lies farther out. A border constant counts with
+ * its low bits, at 1 bit as set unless it is 0. A mask of either image selects pixels to write; squares see all pixels.
+ * In place, a side that wraps reads rows as they are by then. The time hardly depends on nIterations; memory for 2 *
+ * nIterations + 1 rows is needed.
  *
  * The status is set to TOV_STS_OK first. Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG
- * with what is wrong; TOV_STS_TILE_FAILURE. Where memory can't be had, the call ends with the status TOV_STS_NO_MEMORY
- * and no report; dstImage is as it was.
+ * with what is wrong; TOV_STS_TILE_FAILURE, after which rows already done stay written. Masks that can't be merged are
+ * reported by "tovAnd". Where memory can't be had, the call ends with the status TOV_STS_NO_MEMORY and no report;
+ * dstImage is as it was.
  */
 TOV_API void tovErode(TovImage* srcImage, TovImage* dstImage, int32_t nIterations);
 

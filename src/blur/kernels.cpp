@@ -264,8 +264,8 @@ bool blurAnySize(const BlurArgs& args, SumsKernel low, SumsKernel sums) {
     const int64_t largest = int64_t{Limits::max()} + (Limits::is_signed ? 1 : 0);
     const int64_t spread = int64_t{Limits::max()} - Limits::min(); // differences of sums must fit too
     const Average average(args.inverse, area, largest * area);
-    if (low != nullptr && spread * args.nRows <= INT16_MAX) return low(args, average);
-    return spread * area <= INT32_MAX ? sums(args, average) : blurValues<T, int64_t, int64_t>(args, average);
+    if (spread * area > INT32_MAX) return blurValues<T, int64_t, int64_t>(args, average);
+    return low != nullptr && spread * args.nRows <= INT16_MAX ? low(args, average) : sums(args, average);
 }
 
 bool ownBlur_8u(const BlurArgs& args) { return blurAnySize<uint8_t>(args, ownBlurLow_8u, ownBlurSums_8u); }

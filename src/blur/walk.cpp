@@ -15,6 +15,15 @@ bool noMemory(const BlurCall& call) {
     return false;
 }
 
+// Whether constants beyond the edges are rounded where they become samples. Kernels that round toward zero must not be
+// what fetches those: they are rounded as the caller rounds.
+bool roundsBorders(const TovImage& image) {
+    constexpr int32_t exact = 1 << 24;
+    bool rounds = false;
+    for (const int32_t value : image.borderConst) rounds = rounds || value > exact || value < -exact;
+    return image.depth == TOV_DEPTH_32F && rounds;
+}
+
 // Blurs a block into dst, whose region is the block. False when something can't be had, which has been reported.
 bool blurBlock(const BlurCall& call, const TilePart& block, TovImage* dst) {
     BlurSource work;
@@ -25,7 +34,8 @@ bool blurBlock(const BlurCall& call, const TilePart& block, TovImage* dst) {
     const int64_t height = int64_t{block.size.height} + call.nRows;
     if (width > INT32_MAX || height > INT32_MAX) return noMemory(call);
     const Size size = {static_cast<int32_t>(width), static_cast<int32_t>(height)};
-    const bool stream = isApart(*call.src, *dst) && int64_t{at.y} + size.height < INT32_MAX - BlurSource::kBeyond;
+    const bool stream = isApart(*call.src, *dst) && int64_t{at.y} + size.height < INT32_MAX - BlurSource::kBeyond &&
+                        !roundsBorders(*call.src);
     if (stream ? !work.stream(*call.src, at, size, call.nRows) : !work.copy(*call.src, at, size)) return noMemory(call);
     const TovImage* bits = call.mask;
     const bool whole = block.size.width == call.size.width && block.size.height == call.size.height;

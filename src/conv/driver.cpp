@@ -127,6 +127,7 @@ ConvResult Convolution::makeMask() {
         merged_ = TemporaryImage(makeBitHeader(dstMask->dataOrder, dstMask->origin, dstMask->align, size));
         if (merged_.get() != nullptr) tovAllocateImage(merged_.get(), 1, 0);
         if (!merged_) return kConvNoMemory;
+        merged_->alphaChannel = dstMask->alphaChannel;
         const TovStatus earlier = tovGetErrStatus();
         tovSetErrStatus(TOV_STS_OK);
         tovAnd(srcMask, dstMask, merged_.get());

@@ -41,10 +41,10 @@ OwnRect ownMorphRect(const TovImage& image) {
 }
 
 // The mask of a call, whose bits are set where every mask allows it: a single one as it stands, unless it has a mask or
-// an alpha channel itself, otherwise all of them merged. False when that can't be done.
+// an alpha channel itself or may change as dst is written, otherwise all of them merged. False when that can't be done.
 bool findMask(const TovImage& src, const TovImage& dst, Size size, TemporaryImage& merged, MaskLane& mask) {
     TovImage* single = src.maskROI == nullptr ? dst.maskROI : dst.maskROI == nullptr ? src.maskROI : nullptr;
-    if (single != nullptr && single->maskROI == nullptr && single->alphaChannel == 0) {
+    if (single != nullptr && single->maskROI == nullptr && single->alphaChannel == 0 && isApart(*single, dst)) {
         mask = roiMask(*single, size);
         return true;
     }

@@ -63,6 +63,32 @@ TEST(Blur, LargeWindowsOfLargeSamples) {
     }
 }
 
+// A window of few rows can hold more samples than one of many, and its sums leave 32 bits as well.
+TEST(Blur, WideWindows) {
+    for (uint32_t depth : {TOV_DEPTH_8U, TOV_DEPTH_8S}) {
+        Case c = alike(2, depth, 1, 1, 1);
+        for (int32_t& mode : c.images[0].borderMode) mode = TOV_BORDER_REPLICATE;
+        Scene scene(c), want(c);
+        for (Scene* s : {&scene, &want}) setSample(s->at(0), 0, 0, 0, depth == TOV_DEPTH_8S ? -128 : 255);
+        const Box box{140000, 125, 70000, 3};
+        scene.run([&](Scene& s) { blur(s, box); });
+        blurImage(want, want.at(0), want.at(1), box);
+        EXPECT_EQ(scene.differences(want), "");
+    }
+}
+
+// Constants around an image become singles by rounding to nearest, whatever the sums are rounded by.
+TEST(Blur, BordersThatSinglesCannotHold) {
+    Case c = alike(2, TOV_DEPTH_32F, 1, 5, 3);
+    c.images[0].fill = Fill::zeros;
+    for (int32_t& value : c.images[0].borderConst) value = 16777219;
+    Scene scene(c), want(c);
+    const Box box{2, 1, 1, 0};
+    scene.run([&](Scene& s) { blur(s, box); });
+    blurImage(want, want.at(0), want.at(1), box);
+    EXPECT_EQ(scene.differences(want), "");
+}
+
 // Sums at the multiples of the area, and one beside them: there the average is the area's quotient or one less.
 TEST(Blur, AveragesWhereTheyStep) {
     for (uint32_t depth : {TOV_DEPTH_8U, TOV_DEPTH_8S, TOV_DEPTH_16U}) {
@@ -101,9 +127,19 @@ TEST(Blur, RefusesInOrder) {
         {[](Case& c, Box&) { c.images[1].depth = TOV_DEPTH_8S; }, report(-5, "(srcImage->depth!=dstImage->depth)")},
         {[](Case& c, Box&) { c.images[1].order = 1; }, report(-5, "(srcImage->dataOrder!=dstImage->dataOrder)")},
         {[](Case&, Box& box) { box.nRows = -1; }, report(-5, "(nRows<0||nCols<0)")},
+        {[](Case&, Box& box) { box.nCols = -1; }, report(-5, "(nRows<0||nCols<0)")},
         {[](Case&, Box& box) { box.anchorX = -1; }, report(-5, "(anchorX<0||anchorY<0)")},
+        {[](Case&, Box& box) { box.anchorY = -1; }, report(-5, "(anchorX<0||anchorY<0)")},
+        {[](Case&, Box& box) { box.nCols = box.anchorX = 0; }, report(-5, "(anchorX>=nCols||anchorY>=nRows)")},
         {[](Case&, Box& box) { box.anchorY = 7; }, report(-5, "(anchorX>=nCols||anchorY>=nRows)")},
+        {[](Case& c, Box&) { c.images[0].nChannels = c.images[0].alpha = 1; },
+         report(-18, "bad alpha channel's number")},
         {[](Case& c, Box&) { c.images[1].nChannels = 4; }, report(-15, "bad channel's number")},
+        {[](Case& c, Box&) {
+             giveMask(c, 1);
+             c.images.back().alpha = 1;
+         },
+         report(-18, "bad alpha channel's number")},
     };
     for (std::size_t i = 0; i < faults.size(); ++i) {
         for (std::size_t j = i; j < faults.size(); ++j) { // of two faults the earlier one is reported
@@ -142,6 +178,55 @@ TEST(Blur, InPlaceEachTileIsReadAndWrittenOnce) {
     for (int32_t tile : {0, 1, 2, 3, 4, 5, 8, 9, 6, 7}) want.push_back({0, tile / 2, tile % 2, TOV_TILE_WRITE});
     EXPECT_EQ(writes, want);
     EXPECT_EQ(scene.server.held(), 0u);
+}
+
+// It ends the case of one mask, whose copy it is mistaken for a failure of, and not that of two.
+TEST(Blur, AnEarlierStatusCountsWithOneMask) {
+    for (bool both : {false, true}) {
+        Case c = alike(2, TOV_DEPTH_8U, 1, 9, 4);
+        giveMask(c, 0);
+        if (both) giveMask(c, 1);
+        Scene scene(c), want(c);
+        scene.run([](Scene& s) {
+            tovSetErrStatus(TOV_STS_BAD_ARG);
+            blur(s, {3, 3, 1, 1});
+        });
+        if (both) blurImage(want, want.at(0), want.at(1), {3, 3, 1, 1});
+        EXPECT_EQ(scene.differences(want), "");
+        EXPECT_TRUE(scene.reports.empty());
+        EXPECT_EQ(scene.status, TOV_STS_BAD_ARG);
+    }
+}
+
+TEST(Blur, ATileThatCannotBeHadEndsTheCall) {
+    const Sweep sweep = blurSweep();
+    int failures[3] = {};
+    for (uint64_t number = 0; number < 300 && !HasFailure(); ++number) {
+        const Case c = drawCase(number, sweep.family);
+        for (int n = 1, requests = n; n <= requests + 1; ++n) {
+            Scene scene(c);
+            scene.server.failAt = n;
+            scene.run([&](Scene& s) { blur(s, boxOf(c)); });
+            requests = scene.server.requests();
+            if (requests < n) break;
+            const std::vector<TileEvent>& log = scene.server.log;
+            std::size_t at = 0; // of the n-th request in the log
+            for (int seen = 0; at < log.size(); ++at) {
+                if (log[at].mode != TOV_TILE_RELEASE && ++seen == n) break;
+            }
+            const bool write = log[at].mode == TOV_TILE_WRITE;
+            const bool ofRing = !write && !scene.reports.empty() && scene.reports[0].status == -2; // else of a buffer
+            const char* context = write    ? "Error get tile to write"
+                                  : ofRing ? "Error get tile to read"
+                                           : "Allocation failure";
+            ++failures[write ? 0 : ofRing ? 1 : 2];
+            EXPECT_EQ(scene.reports, (Reports{{write || ofRing ? -2 : -4, "tovBlur", context, "tovBlur"}})) << c;
+            for (++at; at < log.size(); ++at) EXPECT_NE(log[at].mode, TOV_TILE_WRITE) << c << list(log);
+            EXPECT_EQ(scene.server.held(), 0u) << c;
+            EXPECT_TRUE(scene.server.faults.empty()) << c << scene.server.faults.front();
+        }
+    }
+    for (int count : failures) EXPECT_GT(count, 20);
 }
 
 TEST(Blur, AnyBlockMayFail) {

@@ -77,6 +77,7 @@ Sweep convSweep() {
         if (rng.oneIn(10) && c.images[0].tileWidth == 0) c.images[0].height = rng.pick({64, 65, 66, 130});
         if (rng.oneIn(10) && c.images[1].tileWidth == 0) c.images[1].height = 140;
         c.value = rng.between(0, 4);
+        if (rng.oneIn(8) && kernelsOf(c).size() == 1) c.value = rng.pick({-1, 5, INT32_MAX}); // does not count then
     };
     sweep.cases = 6000;
     sweep.product = [](Scene& s) {
@@ -95,6 +96,61 @@ Sweep convSweep() {
 }
 
 TEST(Convolve, MatchesTheModel) { runSweep(convSweep()); }
+
+// Bytes of 255 under weights that together just exceed what 16 bits hold, and what single precision holds exactly: what
+// two kernels of the same weights in different forms leave is how each was rounded.
+TEST(Convolve, SumsAtTheirLimits) {
+    const ConvForm square = {17, 17, 0, 0, 0, std::vector<int32_t>(289, 257)};
+    const ConvForm line = {289, 1, 0, 0, 0, std::vector<int32_t>(289, -257)};
+    const std::vector<std::vector<ConvForm>> calls = {{{3, 1, 0, 0, 9, {100, 100, 58}}},
+                                                      {square, line, {1, 1, 0, 0, 1, {1}}}};
+    for (const auto& forms : calls) {
+        Case c = alike(2, TOV_DEPTH_8U, 1, 30, 20);
+        c.images[0].fill = Fill::ones;
+        for (int32_t& mode : c.images[0].borderMode) mode = TOV_BORDER_REPLICATE;
+        Scene scene(c), want(c);
+        const Kernels kernels(forms);
+        scene.run([&](Scene& s) {
+            tovConvolve2D(s[0], s[1], kernels.list.data(), static_cast<int32_t>(forms.size()), TOV_COMBINE_SUM);
+        });
+        convolveImage(want, want.at(0), want.at(1), forms, TOV_COMBINE_SUM);
+        EXPECT_EQ(scene.differences(want), "");
+    }
+}
+
+TEST(Convolve, AnEarlierStatusStays) {
+    Case c = alike(2, TOV_DEPTH_8U, 1, 9, 4);
+    giveMask(c, 0);
+    giveMask(c, 1);
+    const std::vector<ConvForm> forms = {{3, 1, 1, 0, 1, {1, 2, 3}}};
+    const Kernels kernels(forms);
+    Scene scene(c), want(c);
+    scene.run([&](Scene& s) {
+        tovSetErrStatus(TOV_STS_BAD_ARG);
+        tovConvolve2D(s[0], s[1], kernels.list.data(), 1, TOV_COMBINE_SUM);
+    });
+    convolveImage(want, want.at(0), want.at(1), forms, TOV_COMBINE_SUM);
+    EXPECT_EQ(scene.differences(want), "");
+    EXPECT_EQ(scene.status, TOV_STS_BAD_ARG);
+}
+
+// Masks of one channel that counts as alpha are merged as other masks are, and with others refused.
+TEST(Convolve, MasksOfAlpha) {
+    const std::vector<ConvForm> forms = {{1, 1, 0, 0, 0, {1}}};
+    const Kernels kernels(forms);
+    for (int32_t alpha : {0, 1}) {
+        Case c = alike(2, TOV_DEPTH_8U, 1, 9, 4);
+        giveMask(c, 0);
+        c.images[giveMask(c, 1)].alpha = 1;
+        c.images[2].alpha = alpha;
+        Scene scene(c), want(c);
+        scene.run([&](Scene& s) { tovConvolve2D(s[0], s[1], kernels.list.data(), 1, TOV_COMBINE_SUM); });
+        if (alpha != 0) convolveImage(want, want.at(0), want.at(1), forms, TOV_COMBINE_SUM);
+        if (alpha == 0) want.reports = {{-5, "tovAnd", "(nChSrcA != nChDst)", "tovand"}};
+        EXPECT_EQ(scene.differences(want), "");
+        EXPECT_EQ(scene.reports, want.reports);
+    }
+}
 
 // However little of a tile is written, the pixels around all of it are read, and the tile is held meanwhile.
 TEST(Convolve, ReadsAroundWholeTiles) {
@@ -187,10 +243,13 @@ TEST(Convolve, RefusesInOrder) {
         {[](Call& call) { call.c.images[1].roi.yOffset = 9; }, -11, "Bad ROI offsets"},
         {[](Call& call) { call.kernels = nullptr; }, -5, "kernel==0"},
         {[](Call& call) { call.nKernels = 11; }, -5, "(nKernels<=0 || nKernels>10)"},
+        {[](Call& call) { call.nKernels = 0; }, -5, "(nKernels<=0 || nKernels>10)"},
         {[](Call& call) { call.method = 5; }, -5, "Inadmissible method"},
         {[](Call& call) { call.list[1] = nullptr; }, -5, "kernel[i]==0"},
         {[](Call& call) { call.record.nRows = 0; }, -5, "Bad kernel structure"},
         {[](Call& call) { call.record.anchorX = 3; }, -5, "Bad kernel structure"},
+        {[](Call& call) { call.record.anchorX = -1; }, -5, "Bad kernel structure"},
+        {[](Call& call) { call.record.anchorY = 3; }, -5, "Bad kernel structure"},
         {[](Call& call) { call.record.anchorY = -1; }, -5, "Bad kernel structure"},
         {[](Call& call) { call.record.values = nullptr; }, -5, "Bad kernel structure"},
         {[](Call& call) { call.c.images[1].depth = TOV_DEPTH_16S; }, -5, "Uncompatible images"},

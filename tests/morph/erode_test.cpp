@@ -19,6 +19,7 @@ Sweep erodeSweep() {
         c.value = rng.oneIn(3) ? rng.between(1, 14) : rng.between(1, 3);
         // Few values stay where minima are taken of many, so most of them are large.
         if (rng.oneIn(2)) c.images[0].fill = Fill::ones;
+        for (int32_t& mode : c.images[0].borderMode) mode += rng.oneIn(8) ? 4 : 0; // its low two bits count
     };
     sweep.cases = 8000;
     sweep.product = [](Scene& s) {
@@ -104,6 +105,25 @@ TEST(Erode, AnEarlierStatusDoesNotCount) {
     erodeImage(want, want.at(0), want.at(1), 1);
     EXPECT_EQ(scene.differences(want), "");
     EXPECT_EQ(scene.status, TOV_STS_OK);
+}
+
+// A mask in the destination's own memory selects by its bits as they are before the call.
+TEST(Erode, AMaskOfTheDestinationsPixels) {
+    Case c = alike(2, TOV_DEPTH_1U, 1, 100, 12);
+    c.value = 1;
+    giveMask(c, 1);
+    c.images[1].hasRoi = true;
+    c.images[1].roi = {0, 0, 2, 100, 10}; // its rows are masked by rows that are written before
+    Case shared = c;
+    shared.images[2].sharesWith = 1;
+    Scene scene(shared), want(c);
+    const auto rows = static_cast<std::size_t>(want.images[1]->header.imageSize);
+    std::copy_n(want.images[1]->header.imageData, rows, want.images[2]->header.imageData);
+    scene.run(erode);
+    erodeImage(want, want.at(0), want.at(1), 1);
+    for (int32_t i = 0; i < 1200; ++i) {
+        ASSERT_EQ(getSample(scene.at(1), i % 100, i / 100, 0), getSample(want.at(1), i % 100, i / 100, 0)) << i;
+    }
 }
 
 TEST(Erode, ATileThatCannotBeHadEndsTheCall) {
