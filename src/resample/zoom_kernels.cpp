@@ -185,6 +185,8 @@ struct Linear {
         return static_cast<T>(ownRound(rows[0][i] * (1 - double{t}) + rows[1][i] * double{t}));
     }
 
+    // What rounding leaves below 0 isn't limited but takes its low bits, as in the exact form.
+    static constexpr bool kLimited = false;
     // Rows of bytes are below 256.01, so that difference, product and sum are each off by less than 2^-24 * 256.1, and
     // the result by less than 0.00005.
     static constexpr float kMargin = 0.00007F;
@@ -231,6 +233,7 @@ struct Cubic {
         return static_cast<T>(low < most ? low : most);
     }
 
+    static constexpr bool kLimited = true;
     // With u = 2^-24: rows of bytes stay within 417, so that first, second and third differences are off from those of
     // the exact form, which rounds them as well, by less than 1668 u, 5004 u and 13344 u. Between the middle rows their
     // weights are at most 2, 1 and 0.065, which makes 9210 u; the products add 3560 u and the sums 9810 u, in all
@@ -250,7 +253,8 @@ struct Cubic {
 
 // Bytes in single precision: results that are further than a margin from a whole number are rounded down as the exact
 // form does it, which turns to the next number 0.00001 below it, and where all rows have the same whole number it is
-// the result. The others are doubts, to be formed exactly. Returns how many there are.
+// the result. The others are doubts, to be formed exactly, and so is what lies below 0 where results aren't limited.
+// Returns how many there are.
 template <class Mode, class Weights>
 OWN_INLINE int32_t blendNearly(const float* const* rows, const Weights& weights, uint8_t* d, uint8_t* doubts,
                                ptrdiff_t count) {
@@ -259,9 +263,10 @@ OWN_INLINE int32_t blendNearly(const float* const* rows, const Weights& weights,
         const Nearly nearly = Mode::nearly(rows, weights, i);
         const float value = nearly.value;
         const auto whole = static_cast<int32_t>(value);
-        const float rest = std::fabs(value - static_cast<float>(whole));
+        const float behind = value - static_cast<float>(whole);
+        const float rest = Mode::kLimited ? std::fabs(behind) : behind;
         const int32_t near = (rest < Mode::kMargin ? 1 : 0) | (rest > 1 - Mode::kMargin ? 1 : 0);
-        const int32_t differs = nearly.rise + rest != 0 ? 1 : 0;
+        const int32_t differs = nearly.rise + std::fabs(behind) != 0 ? 1 : 0;
         const int32_t low = whole > 0 ? whole : 0;
         d[i] = static_cast<uint8_t>(low < UINT8_MAX ? low : UINT8_MAX);
         doubts[i] = static_cast<uint8_t>(near & differs);

@@ -15,6 +15,10 @@ Rates ratesOf(const Case& c) {
     const auto draw = [&](int32_t& dst, int32_t& src) {
         src = rng.oneIn(2) ? 1 : rng.between(1, 12);
         dst = rng.oneIn(3) ? src * rng.between(1, 5) : src + rng.between(0, 2 * src + 1);
+        if (rng.oneIn(6)) { // positions lie a little below whole numbers
+            src = 5000000;
+            dst = src + rng.between(1, 5);
+        }
         if (!enlarge && rng.oneIn(2)) std::swap(dst, src);
     };
     Rates rates{};
