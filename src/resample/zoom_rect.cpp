@@ -33,7 +33,8 @@ bool scaleMask(const ZoomCall& call, TovImage* mask, TovImage* dstMask, Size siz
     tovResize(mask, scaled.get(), size.width, sourceLength(call.x.rate, size.width), size.height,
               sourceLength(call.y.rate, size.height), TOV_INTER_NN);
     if (!goesOn()) return false;
-    if (dstMask != nullptr) tovAnd(scaled.get(), dstMask, scaled.get());
+    if (dstMask == nullptr) return true;
+    tovAnd(scaled.get(), dstMask, scaled.get());
     return goesOn();
 }
 

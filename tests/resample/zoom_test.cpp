@@ -141,6 +141,20 @@ TEST(Zoom, RefusesInOrder) {
                   {{-5, "tovDecimate", "srcImage == dstImage", "tovdecim"}, kBacktrace});
 }
 
+// A source's mask in plane order can't be scaled: it stays cleared where the handler lets the call go on, which is told
+// of once.
+TEST(Zoom, GoesOnAfterAFailedMask) {
+    Case c = alike(2, TOV_DEPTH_8U, 1, 20, 9);
+    c.images[giveMask(c, 0)].order = TOV_DATA_ORDER_PLANE;
+    Scene scene(c);
+    const Scene untouched(c);
+    scene.run([](Scene& s) { tovZoom(s[0], s[1], 2, 1, 1, 1, TOV_INTER_LINEAR); }, 0);
+    EXPECT_EQ(scene.differences(untouched), "");
+    EXPECT_EQ(scene.reports, (Reports{{-5, "tovZoom", "srcImage->dataOrder != dstImage->dataOrder", "tovZoom"},
+                                      kBacktrace,
+                                      {-1, "tovZoom", "", "tovZoom"}}));
+}
+
 TEST(Zoom, ATileThatCannotBeHadEndsTheCall) {
     const Sweep sweep = zoomSweep();
     for (uint64_t number = 0; number < 500 && !HasFailure(); ++number) {
