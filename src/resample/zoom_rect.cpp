@@ -111,7 +111,8 @@ ZoomSide::ZoomSide(const TovImage& image) : channels(channelsOf(image)) {
     if (image.maskROI == nullptr) return;
     ownImageRect(*image.maskROI, rect);
     const Size masked = smaller(size, {rect.width, rect.height});
-    last = {last.x - (size.width - masked.width), last.y - (size.height - masked.height)};
+    // An offset of the mask's region may be so large that the difference has no room.
+    if (!masked.empty()) last = {last.x - (size.width - masked.width), last.y - (size.height - masked.height)};
     size = masked;
 }
 

@@ -141,6 +141,18 @@ TEST(Zoom, RefusesInOrder) {
                   {{-5, "tovDecimate", "srcImage == dstImage", "tovdecim"}, kBacktrace});
 }
 
+// A mask whose region begins as far beyond it as can be.
+TEST(Zoom, LeavesAllWithoutAMaskedPixel) {
+    for (int role : {0, 1}) {
+        Case c = alike(2, TOV_DEPTH_8U, 1, 20, 9);
+        ImageForm& mask = c.images[giveMask(c, role)];
+        mask.hasRoi = true;
+        mask.roi = {0, INT32_MAX, INT32_MAX, 5, 5};
+        mask.width = mask.height = 1;
+        expectRefusal(c, [](Scene& s) { tovZoom(s[0], s[1], 2, 1, 1, 1, TOV_INTER_CUBIC); }, {});
+    }
+}
+
 // A source's mask in plane order can't be scaled: it stays cleared where the handler lets the call go on, which is told
 // of once.
 TEST(Zoom, GoesOnAfterAFailedMask) {
