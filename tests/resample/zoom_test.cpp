@@ -72,6 +72,22 @@ Sweep zoomSweep() {
 
 TEST(Zoom, MatchesTheModel) { runSweep(zoomSweep()); }
 
+// Rows of several blocks of values.
+TEST(Zoom, WideImages) {
+    Sweep sweep = zoomSweep();
+    const auto adjust = sweep.family.adjust;
+    sweep.family.adjust = [adjust](Case& c, Rng& rng) {
+        adjust(c, rng);
+        for (ImageForm& image : c.images) {
+            image.width += 900;
+            image.roi.width += rng.between(200, 900);
+        }
+    };
+    sweep.cases = 200;
+    sweep.mustMeet = {};
+    runSweep(sweep);
+}
+
 // The last pixel is reached exactly, cubics overshoot and are limited, and two pixels make four.
 TEST(Zoom, WorkedOutByHand) {
     Case c = alike(2, TOV_DEPTH_8U, 1, 10, 4);
