@@ -346,8 +346,8 @@ private:
         const int32_t nValues = samples_.nValues;
         const int32_t most = nValues < kBlock ? kBlock / nValues : 1; // pixels at once
         GatheredTaps<T> taps{};
-        for (int32_t i = 0; i < args_.size.width; i += most) {
-            const int32_t count = smaller(args_.size.width - i, most);
+        for (int32_t i = 0, count = 0; i < args_.size.width; i += count) {
+            count = smaller(args_.size.width - i, most);
             for (int32_t k = 0; k < Mode::kSamples; k++) {
                 T* samples = taps_.get() + ptrdiff_t{k} * most * nValues;
                 gatherAny(nValues, row + k * step, step, args_.columns + i, count, samples);
@@ -360,8 +360,8 @@ private:
 
     OWN_INLINE void stretchBytes(const uint8_t* row, float* d) const {
         typename Mode::Word words[kBlock];
-        for (int32_t i = 0; i < args_.size.width; i += kBlock) {
-            const int32_t count = smaller(args_.size.width - i, kBlock);
+        for (int32_t i = 0, count = 0; i < args_.size.width; i += count) {
+            count = smaller(args_.size.width - i, kBlock);
             const int32_t* columns = args_.columns + i;
             for (int32_t k = 0; k < count; k++) std::memcpy(words + k, row + columns[k], sizeof words[0]);
             Mode::across(WordTaps<typename Mode::Word>{words}, weights_.get() + i, samples_.values(), d + i, count);
@@ -407,8 +407,8 @@ OWN_KERNEL bool ownZoomNearest_1u(const ZoomArgs& args) {
     for (int32_t y = 0; y < args.size.height; y++) {
         const uint8_t* s = src.first + args.rows[y] * src.rowStep;
         uint8_t* d = dst.first + y * dst.rowStep;
-        for (int32_t x = 0; x < args.size.width; x += most) {
-            const int32_t count = smaller(args.size.width - x, most);
+        for (int32_t x = 0, count = 0; x < args.size.width; x += count) {
+            count = smaller(args.size.width - x, most);
             uint64_t bits = 0;
             for (int32_t i = 0; i < count; i++) {
                 const ptrdiff_t bit = ptrdiff_t{args.columns[x + i]} + src.bitOffset;
