@@ -141,6 +141,19 @@ TEST(Decimate, RefusesInOrder) {
                   },
                   {report(-5, faults[5].context), report(-5, faults[6].context)});
     expectRefusal(c, [](Scene& s) { tovDecimate(s[0], nullptr, 1, 1, 1, 1, 7); }, {report(-9, "Incorrect Image")});
+    expectRefusal(alike(2, TOV_DEPTH_8U, 3, 20, 9),
+                  [](Scene& s) { // whatever the handler makes of the status
+                      s[0]->depth = TOV_DEPTH_16U;
+                      const TovErrorCallback before =
+                          tovRedirectError([](TovStatus, const char*, const char*, const char*, int32_t) -> TovStatus {
+                              tovSetErrStatus(TOV_STS_OK);
+                              return 0;
+                          });
+                      decimate(s, {1, 1, 1, 1, TOV_INTER_NN});
+                      tovRedirectError(before);
+                      s[0]->depth = TOV_DEPTH_8U;
+                  },
+                  {});
     Scene scene(c);
     const Scene untouched(c);
     scene.run([](Scene& s) { // an earlier failure ends the call in silence

@@ -155,6 +155,19 @@ TEST(Zoom, RefusesInOrder) {
                   {{-5, "tovResize", "(interpolate == TOV_INTER_SUPER) && (xDst > xSrc || yDst > ySrc)", "tovresiz"}});
     expectRefusal(c, [](Scene& s) { tovResize(s[0], s[0], 1, 1, 1, 1, TOV_INTER_SUPER); },
                   {{-5, "tovDecimate", "srcImage == dstImage", "tovdecim"}, kBacktrace});
+    expectRefusal(alike(2, TOV_DEPTH_8U, 3, 20, 9),
+                  [](Scene& s) { // whatever the handler makes of the status
+                      s[0]->depth = TOV_DEPTH_16U;
+                      const TovErrorCallback before =
+                          tovRedirectError([](TovStatus, const char*, const char*, const char*, int32_t) -> TovStatus {
+                              tovSetErrStatus(TOV_STS_OK);
+                              return 0;
+                          });
+                      zoom(s, {1, 1, 1, 1, TOV_INTER_NN});
+                      tovRedirectError(before);
+                      s[0]->depth = TOV_DEPTH_8U;
+                  },
+                  {});
 }
 
 // A mask whose region begins as far beyond it as can be.
