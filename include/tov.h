@@ -695,16 +695,17 @@ enum {
  * written, rounded down, from the first pixel of dstImage's region on. Alpha is a channel like the others; the images
  * may differ in channels, of which as many are written as both have. Masks play no part.
  *
- * TOV_INTER_LINEAR and TOV_INTER_CUBIC results are truncated; area averages are rounded. At whole rates on both axes
- * these two modes pick pixels, and so does every mode for a source below 4 by 4 pixels, for one in tiles smaller than
- * the area of a pixel, and for 1-bit images but by TOV_INTER_SUPER. Where a rate isn't whole, picking begins half a
- * pixel on. The last pixel or row is repeated where a position needs one that the image doesn't have.
+ * TOV_INTER_LINEAR and TOV_INTER_CUBIC results are truncated; area averages are rounded. These two modes become
+ * TOV_INTER_NN at whole rates on both axes, TOV_INTER_SUPER for a source whose tiles are narrower or lower than the
+ * area of a pixel, and every mode for a source of less than 4 columns or rows. TOV_INTER_NN begins half a pixel on
+ * where a rate isn't whole. 1-bit images have their bits picked by TOV_INTER_LINEAR and TOV_INTER_CUBIC, too, but from
+ * the first one on. The last pixel or row is repeated where a position needs one that the image doesn't have.
  *
  * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with each comparison that failed: the
- * same image twice, depths, origins or data orders that differ, a channel of interest in one image where the other has
- * several channels and none of interest, an unknown mode, rates below 1 or that enlarge; TOV_STS_INTERNAL with
- * "dstImage->tileInfo->callBack crash", or with "srcImage->tileInfo->callBack crash" where a tile or the memory for a
- * copy can't be had; a tile of dstImage that is held then is not released.
+ * same image twice, depths, origins or data orders that differ, another depth, a channel of interest in one image where
+ * the other has several channels and none of interest, an unknown mode, terms of a rate below 1, rates that enlarge;
+ * TOV_STS_INTERNAL with "dstImage->tileInfo->callBack crash", or with "srcImage->tileInfo->callBack crash" where a tile
+ * or the memory for a copy can't be had; a tile of dstImage that is held then is not released.
  */
 TOV_API void tovDecimate(TovImage* srcImage, TovImage* dstImage, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
                          int32_t interpolate);
@@ -715,7 +716,8 @@ TOV_API void tovDecimate(TovImage* srcImage, TovImage* dstImage, int32_t xDst, i
  * of the region's last pixel, and what dstImage's region has beyond is left alone. Interpolation reads pixels around
  * the region. Modes are TOV_INTER_NN, _LINEAR and _CUBIC; 1-bit images and those of one row or column take the nearest
  * pixel, and a cubic of fewer than four becomes linear. Results are rounded down, but what lacks less than 0.00001
- * counts as whole; cubic ones are limited to the range of the depth.
+ * counts as whole; cubic ones are limited to the range of the depth. Linear ones are not: where the position of a pixel
+ * is up to 0.00001 below a whole one, a 0 beside a large value can become the largest number of the depth.
  *
  * A destination's mask is read at the destination's pixel. A source's mask, in pixel order, is enlarged with the image,
  * by the nearest pixel, and clips the region to its own. An image of alpha alone ends the call in silence, and so does
@@ -732,7 +734,8 @@ TOV_API void tovZoom(TovImage* srcImage, TovImage* dstImage, int32_t xDst, int32
 
 /*
  * Changes the size both ways: by TOV_INTER_SUPER as tovDecimate does, which only reduces, otherwise as tovZoom does, at
- * any rates. When the status is negative at the end, TOV_STS_BACKTRACE is reported besides.
+ * any rates. When the status is negative at the end, TOV_STS_BACKTRACE is reported besides. TOV_INTER_SUPER at a rate
+ * that enlarges is refused as tovResize at once, by one report of TOV_STS_BAD_ARG.
  */
 TOV_API void tovResize(TovImage* srcImage, TovImage* dstImage, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
                        int32_t interpolate);

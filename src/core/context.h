@@ -64,10 +64,12 @@ struct Reporter {
     }
     bool passes(const Check* checks, int32_t count) const;
 
-    // Reports each of the checks that fails as TOV_STS_BAD_ARG.
+    // Reports each of the checks that fails as TOV_STS_BAD_ARG. True when none does.
     template <int32_t N>
-    void all(const Check (&checks)[N]) const {
-        for (const Check& check : checks) passes(&check, 1);
+    bool all(const Check (&checks)[N]) const {
+        bool pass = true;
+        for (const Check& check : checks) pass = passes(&check, 1) && pass;
+        return pass;
     }
 };
 

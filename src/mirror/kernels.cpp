@@ -174,8 +174,8 @@ template <class T>
 OWN_INLINE void moveMaskedRow(const Mover<T>& mover, const Flip& flip, const MirrorMasks& masks, int32_t y, const T* s,
                               T* d) {
     uint8_t block[kMaskBlock / 8];
-    for (int32_t x = 0; x < flip.size.width; x += kMaskBlock) {
-        const int32_t length = smaller(flip.size.width - x, kMaskBlock);
+    for (int32_t x = 0, length = 0; x < flip.size.width; x += length) {
+        length = smaller(flip.size.width - x, kMaskBlock);
         for (int32_t i = 0; i < length; i += 64) {
             putWord(block + i / 8, masks.bits(flip, x + i, y, smaller(length - i, 64)));
         }
@@ -252,8 +252,8 @@ OWN_KERNEL bool ownMirrorPlanes32(const MirrorArgs& args) { return mirrorValues<
 // A row of mirrored bits under the masks, from bit 0 of `row` on.
 OWN_INLINE void mirrorBitRow(const Flip& flip, const MaskLane& src, const MirrorMasks& masks, int32_t x, int32_t y,
                              int32_t count, uint8_t* row) {
-    for (int32_t i = 0; i < count; i += 64) {
-        const int32_t n = smaller(count - i, 64);
+    for (int32_t i = 0, n = 0; i < count; i += n) {
+        n = smaller(count - i, 64);
         putWord(row + i / 8, flip.bits(src, x + i, y, n) & masks.bits(flip, x + i, y, n));
     }
 }
@@ -298,8 +298,8 @@ OWN_KERNEL bool ownMirrorBits(const MirrorArgs& call) {
     const int32_t most = apart ? kMaskBlock : 1;
     uint8_t block[kMaskBlock / 8];
     for (int32_t y = 0; y < args.size.height; y++) {
-        for (int32_t x = 0; x < args.size.width; x += most) {
-            const int32_t count = smaller(args.size.width - x, most);
+        for (int32_t x = 0, count = 0; x < args.size.width; x += count) {
+            count = smaller(args.size.width - x, most);
             mirrorBitRow(flip, src, masks, x, y, count, block);
             putBitRow(block, count, dst, x, y);
         }

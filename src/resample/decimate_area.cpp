@@ -109,8 +109,8 @@ OWN_INLINE Position eachBox(const DecimateArgs& args, Pixel pixel) {
     Boxes across(args.at.x, args.xRate, args.limit.width);
     double yEnd = args.at.y;
     Extent columns[kColumns];
-    for (int32_t first = 0; first < args.size.width; first += kColumns) {
-        const int32_t count = smaller(args.size.width - first, kColumns);
+    for (int32_t first = 0, count = 0; first < args.size.width; first += count) {
+        count = smaller(args.size.width - first, kColumns);
         for (int32_t i = 0; i < count; i++) columns[i] = across.next();
         Boxes down(args.at.y, args.yRate, args.limit.height);
         for (int32_t j = 0; j < args.size.height; j++) {

@@ -176,8 +176,8 @@ OWN_INLINE Position decimate(const DecimateArgs& args) {
     double x = args.at.x;
     double y = args.at.y;
     Taps<NX> columns[kColumns];
-    for (int32_t first = 0; first < args.size.width; first += kColumns) {
-        const int32_t count = smaller(args.size.width - first, kColumns);
+    for (int32_t first = 0, count = 0; first < args.size.width; first += count) {
+        count = smaller(args.size.width - first, kColumns);
         const bool fromFirst = x < kAtFirst;
         for (int32_t i = 0; i < count; i++) {
             columns[i] = tapsAt<NX>(x, grid.x);
@@ -228,8 +228,8 @@ OWN_KERNEL Position ownDecimateNearest_1u(const DecimateArgs& args) {
     double y = args.at.y;
     constexpr int32_t most = 32;
     ptrdiff_t columns[most];
-    for (int32_t first = 0; first < args.size.width; first += most) {
-        const int32_t count = smaller(args.size.width - first, most);
+    for (int32_t first = 0, count = 0; first < args.size.width; first += count) {
+        count = smaller(args.size.width - first, most);
         for (int32_t i = 0; i < count; i++) {
             columns[i] = src.bitOffset + tapsAt<1>(x, xAxis).at[0];
             x += args.xRate;

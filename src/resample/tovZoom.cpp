@@ -10,7 +10,7 @@ constexpr const Reporter& report = kZoomReport;
 
 bool isServed(const TovImage& src, const TovImage& dst, int32_t xDst, int32_t xSrc, int32_t yDst, int32_t ySrc,
               int32_t mode) {
-    report.all({
+    const bool sound = report.all({
         {mode != TOV_INTER_NN && mode != TOV_INTER_LINEAR && mode != TOV_INTER_CUBIC,
          "interpolate != TOV_INTER_NN && interpolate != TOV_INTER_LINEAR && interpolate != TOV_INTER_CUBIC"},
         {src.depth != dst.depth, "srcImage->depth != dstImage->depth"},
@@ -20,8 +20,8 @@ bool isServed(const TovImage& src, const TovImage& dst, int32_t xDst, int32_t xS
         {xDst <= 0 || xSrc <= 0, "xDst <= 0 || xSrc <= 0"},
         {yDst <= 0 || ySrc <= 0, "yDst <= 0 || ySrc <= 0"},
     });
-    // A failure left by an earlier call ends this one, too.
-    return tovGetErrStatus() >= 0;
+    // A failure left by an earlier call ends this one, too. A handler may have cleared the status of one found here.
+    return sound && tovGetErrStatus() >= 0;
 }
 
 Stretch stretchOf(int32_t length, int32_t dst, int32_t src) {

@@ -25,7 +25,7 @@ bool isServed(TovImage* srcImage, TovImage* dstImage, Rate x, Rate y, int32_t mo
     const TovImage& dst = *dstImage;
     const bool fromOne = src.roi != nullptr && dst.nChannels > 1 && src.roi->coi > 0;
     const bool toOne = dst.roi != nullptr && src.nChannels > 1 && dst.roi->coi > 0;
-    report.all({
+    const bool sound = report.all({
         {srcImage == dstImage, "srcImage == dstImage"},
         {src.depth != dst.depth, "srcImage->depth != dstImage->depth"},
         {src.depth != TOV_DEPTH_1U && src.depth != TOV_DEPTH_8U && src.depth != TOV_DEPTH_16U,
@@ -45,8 +45,8 @@ bool isServed(TovImage* srcImage, TovImage* dstImage, Rate x, Rate y, int32_t mo
         {x.dst > x.src, "xDst > xSrc"},
         {y.dst > y.src, "yDst > ySrc"},
     });
-    // A failure left by an earlier call ends this one, too.
-    return tovGetErrStatus() >= 0;
+    // A failure left by an earlier call ends this one, too. A handler may have cleared the status of one found here.
+    return sound && tovGetErrStatus() >= 0;
 }
 
 // The mode that takes effect, and the margins that a tiled source needs for it.

@@ -205,6 +205,8 @@ struct Linear {
         return static_cast<T>(ownRound(rows[0][i] * (1 - double{t}) + rows[1][i] * double{t}));
     }
 
+    // What rounding leaves below 0 isn't limited but takes its low bits, as in the exact form.
+    static constexpr bool kLimited = false;
     // Rows of bytes are below 256.01, so that difference, product and sum are each off by less than 2^-24 * 256.1, and
     // the result by less than 0.00005.
     static constexpr float kMargin = 0.00007F;
@@ -251,6 +253,7 @@ struct Cubic {
         return static_cast<T>(low < most ? low : most);
     }
 
+    static constexpr bool kLimited = true;
     // With u = 2^-24: rows of bytes stay within 417, so that first, second and third differences are off from those of
     // the exact form, which rounds them as well, by less than 1668 u, 5004 u and 13344 u. Between the middle rows their
     // weights are at most 2, 1 and 0.065, which makes 9210 u; the products add 3560 u and the sums 9810 u, in all
@@ -270,7 +273,8 @@ struct Cubic {
 
 // Bytes in single precision: results that are further than a margin from a whole number are rounded down as the exact
 // form does it, which turns to the next number 0.00001 below it, and where all rows have the same whole number it is
-// the result. The others are doubts, to be formed exactly. Returns how many there are.
+// the result. The others are doubts, to be formed exactly, and so is what lies below 0 where results aren't limited.
+// Returns how many there are.
 template <class Mode, class Weights>
 OWN_INLINE int32_t blendNearly(const float* const* rows, const Weights& weights, uint8_t* d, uint8_t* doubts,
                                ptrdiff_t count) {
@@ -279,9 +283,10 @@ OWN_INLINE int32_t blendNearly(const float* const* rows, const Weights& weights,
         const Nearly nearly = Mode::nearly(rows, weights, i);
         const float value = nearly.value;
         const auto whole = static_cast<int32_t>(value);
-        const float rest = std::fabs(value - static_cast<float>(whole));
+        const float behind = value - static_cast<float>(whole);
+        const float rest = Mode::kLimited ? std::fabs(behind) : behind;
         const int32_t near = (rest < Mode::kMargin ? 1 : 0) | (rest > 1 - Mode::kMargin ? 1 : 0);
-        const int32_t differs = nearly.rise + rest != 0 ? 1 : 0;
+        const int32_t differs = nearly.rise + std::fabs(behind) != 0 ? 1 : 0;
         const int32_t low = whole > 0 ? whole : 0;
         d[i] = static_cast<uint8_t>(low < UINT8_MAX ? low : UINT8_MAX);
         doubts[i] = static_cast<uint8_t>(near & differs);
@@ -361,8 +366,8 @@ private:
         const int32_t nValues = samples_.nValues;
         const int32_t most = nValues < kBlock ? kBlock / nValues : 1; // pixels at once
         GatheredTaps<T> taps{};
-        for (int32_t i = 0; i < args_.size.width; i += most) {
-            const int32_t count = smaller(args_.size.width - i, most);
+        for (int32_t i = 0, count = 0; i < args_.size.width; i += count) {
+            count = smaller(args_.size.width - i, most);
             for (int32_t k = 0; k < Mode::kSamples; k++) {
                 T* samples = taps_.get() + ptrdiff_t{k} * most * nValues;
                 gatherAny(nValues, row + k * step, step, args_.columns + i, count, samples);
@@ -375,8 +380,8 @@ private:
 
     OWN_INLINE void stretchBytes(const uint8_t* row, float* d) const {
         typename Mode::Word words[kBlock];
-        for (int32_t i = 0; i < args_.size.width; i += kBlock) {
-            const int32_t count = smaller(args_.size.width - i, kBlock);
+        for (int32_t i = 0, count = 0; i < args_.size.width; i += count) {
+            count = smaller(args_.size.width - i, kBlock);
             const int32_t* columns = args_.columns + i;
             for (int32_t k = 0; k < count; k++) std::memcpy(words + k, row + columns[k], sizeof words[0]);
             Mode::across(WordTaps<typename Mode::Word>{words}, weights_.get() + i, samples_.values(), d + i, count);
@@ -422,8 +427,8 @@ OWN_KERNEL bool ownZoomNearest_1u(const ZoomArgs& args) {
     for (int32_t y = 0; y < args.size.height; y++) {
         const uint8_t* s = src.first + args.rows[y] * src.rowStep;
         uint8_t* d = dst.first + y * dst.rowStep;
-        for (int32_t x = 0; x < args.size.width; x += most) {
-            const int32_t count = smaller(args.size.width - x, most);
+        for (int32_t x = 0, count = 0; x < args.size.width; x += count) {
+            count = smaller(args.size.width - x, most);
             uint64_t bits = 0;
             for (int32_t i = 0; i < count; i++) {
                 const ptrdiff_t bit = ptrdiff_t{args.columns[x + i]} + src.bitOffset;

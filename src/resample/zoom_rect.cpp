@@ -33,7 +33,8 @@ bool scaleMask(const ZoomCall& call, TovImage* mask, TovImage* dstMask, Size siz
     tovResize(mask, scaled.get(), size.width, sourceLength(call.x.rate, size.width), size.height,
               sourceLength(call.y.rate, size.height), TOV_INTER_NN);
     if (!goesOn()) return false;
-    if (dstMask != nullptr) tovAnd(scaled.get(), dstMask, scaled.get());
+    if (dstMask == nullptr) return true;
+    tovAnd(scaled.get(), dstMask, scaled.get());
     return goesOn();
 }
 
@@ -110,7 +111,8 @@ ZoomSide::ZoomSide(const TovImage& image) : channels(channelsOf(image)) {
     if (image.maskROI == nullptr) return;
     ownImageRect(*image.maskROI, rect);
     const Size masked = smaller(size, {rect.width, rect.height});
-    last = {last.x - (size.width - masked.width), last.y - (size.height - masked.height)};
+    // An offset of the mask's region may be so large that the difference has no room.
+    if (!masked.empty()) last = {last.x - (size.width - masked.width), last.y - (size.height - masked.height)};
     size = masked;
 }
 

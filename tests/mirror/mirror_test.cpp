@@ -27,6 +27,22 @@ Sweep mirrorSweep() {
 
 TEST(Mirror, MatchesTheModel) { runSweep(mirrorSweep()); }
 
+// Rows of several blocks of pixels and of mask bits.
+TEST(Mirror, WideImages) {
+    Sweep sweep = mirrorSweep();
+    const auto adjust = sweep.family.adjust;
+    sweep.family.adjust = [adjust](Case& c, Rng& rng) {
+        adjust(c, rng);
+        for (ImageForm& image : c.images) {
+            image.width += 1500;
+            image.roi.width += rng.between(400, 1500);
+        }
+    };
+    sweep.cases = 300;
+    sweep.mustMeet = {};
+    runSweep(sweep);
+}
+
 TEST(Mirror, RefusesInOrder) {
     const auto report = [](TovStatus status, const char* context) {
         return Report{status, "tovMirror", context, "tovmirr"};

@@ -170,8 +170,11 @@ double cubicAt(double a, double b, double c, double d, double t) {
 void decimateImage(Scene& scene, TestImage& src, TestImage& dst, const Rates& rates) {
     if (refused(scene, src, dst)) return;
     const Area from = regionOf(src), to = regionOf(dst);
-    const int32_t width = std::min(to.width, from.width * rates.xDst / rates.xSrc);
-    const int32_t height = std::min(to.height, from.height * rates.yDst / rates.ySrc);
+    const auto reduced = [](int64_t length, int32_t dst, int32_t src) {
+        return static_cast<int32_t>(length * dst / src);
+    };
+    const int32_t width = std::min(to.width, reduced(from.width, rates.xDst, rates.xSrc));
+    const int32_t height = std::min(to.height, reduced(from.height, rates.yDst, rates.ySrc));
     if (width <= 0 || height <= 0) return;
     const bool xWhole = rates.xSrc % rates.xDst == 0, yWhole = rates.ySrc % rates.yDst == 0;
     const double xr = static_cast<double>(rates.xSrc) / rates.xDst, yr = static_cast<double>(rates.ySrc) / rates.yDst;

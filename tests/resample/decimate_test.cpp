@@ -13,10 +13,12 @@ Rates ratesOf(const Case& c) {
     Rng rng(c.number);
     const auto draw = [&rng](int32_t& dst, int32_t& src) {
         dst = rng.oneIn(3) ? 1 : rng.between(1, 12);
+        if (rng.oneIn(12)) dst = rng.pick({700, 100003, 9999991}); // boxes end a little beyond whole positions
         src = rng.oneIn(4) ? dst * rng.between(1, 4) : rng.oneIn(3) ? dst + 1 : dst + rng.between(0, 2 * dst + 3);
     };
     Rates rates{};
     draw(rates.xDst, rates.xSrc);
+    if (rng.oneIn(5)) rates.xSrc = rates.xDst * rng.between(7, 20); // more than a tile holds
     draw(rates.yDst, rates.ySrc);
     rates.mode = rng.between(TOV_INTER_NN, TOV_INTER_SUPER);
     return rates;
@@ -66,9 +68,15 @@ TEST(Decimate, WorkedOutByHand) {
     for (int x = 0; x < 4; ++x) EXPECT_EQ(dst->imageData[x], 10 + 20 * x);
 }
 
-// Wide images, of several blocks of columns.
+// Wide images, of several blocks of columns, half of them at the rates whose areas have a form of their own.
 TEST(Decimate, WideImages) {
     Sweep sweep = decimateSweep();
+    const auto rates = [](const Case& c) {
+        const int32_t src = c.number % 4 == 0 ? 2 : 3;
+        return c.number % 2 == 0 ? Rates{src - 1, src, src - 1, src, TOV_INTER_SUPER} : ratesOf(c);
+    };
+    sweep.product = [rates](Scene& s) { decimate(s, rates(s.of)); };
+    sweep.model = [rates](Scene& s) { decimateImage(s, s.at(0), s.at(1), rates(s.of)); };
     const auto adjust = sweep.family.adjust;
     sweep.family.adjust = [adjust](Case& c, Rng& rng) {
         adjust(c, rng);
@@ -79,7 +87,7 @@ TEST(Decimate, WideImages) {
             c.images[i].roi.width += 3000;
         }
     };
-    sweep.cases = 150;
+    sweep.cases = 400;
     sweep.mustMeet = {};
     runSweep(sweep);
 }
@@ -133,6 +141,19 @@ TEST(Decimate, RefusesInOrder) {
                   },
                   {report(-5, faults[5].context), report(-5, faults[6].context)});
     expectRefusal(c, [](Scene& s) { tovDecimate(s[0], nullptr, 1, 1, 1, 1, 7); }, {report(-9, "Incorrect Image")});
+    expectRefusal(alike(2, TOV_DEPTH_8U, 3, 20, 9),
+                  [](Scene& s) { // whatever the handler makes of the status
+                      s[0]->depth = TOV_DEPTH_16U;
+                      const TovErrorCallback before =
+                          tovRedirectError([](TovStatus, const char*, const char*, const char*, int32_t) -> TovStatus {
+                              tovSetErrStatus(TOV_STS_OK);
+                              return 0;
+                          });
+                      decimate(s, {1, 1, 1, 1, TOV_INTER_NN});
+                      tovRedirectError(before);
+                      s[0]->depth = TOV_DEPTH_8U;
+                  },
+                  {});
     Scene scene(c);
     const Scene untouched(c);
     scene.run([](Scene& s) { // an earlier failure ends the call in silence

@@ -15,6 +15,10 @@ Rates ratesOf(const Case& c) {
     const auto draw = [&](int32_t& dst, int32_t& src) {
         src = rng.oneIn(2) ? 1 : rng.between(1, 12);
         dst = rng.oneIn(3) ? src * rng.between(1, 5) : src + rng.between(0, 2 * src + 1);
+        if (rng.oneIn(6)) { // positions lie a little below whole numbers
+            src = 5000000;
+            dst = src + rng.between(1, 5);
+        }
         if (!enlarge && rng.oneIn(2)) std::swap(dst, src);
     };
     Rates rates{};
@@ -67,6 +71,22 @@ Sweep zoomSweep() {
 }
 
 TEST(Zoom, MatchesTheModel) { runSweep(zoomSweep()); }
+
+// Rows of several blocks of values.
+TEST(Zoom, WideImages) {
+    Sweep sweep = zoomSweep();
+    const auto adjust = sweep.family.adjust;
+    sweep.family.adjust = [adjust](Case& c, Rng& rng) {
+        adjust(c, rng);
+        for (ImageForm& image : c.images) {
+            image.width += 900;
+            image.roi.width += rng.between(200, 900);
+        }
+    };
+    sweep.cases = 200;
+    sweep.mustMeet = {};
+    runSweep(sweep);
+}
 
 // The last pixel is reached exactly, cubics overshoot and are limited, and two pixels make four.
 TEST(Zoom, WorkedOutByHand) {
@@ -135,6 +155,45 @@ TEST(Zoom, RefusesInOrder) {
                   {{-5, "tovResize", "(interpolate == TOV_INTER_SUPER) && (xDst > xSrc || yDst > ySrc)", "tovresiz"}});
     expectRefusal(c, [](Scene& s) { tovResize(s[0], s[0], 1, 1, 1, 1, TOV_INTER_SUPER); },
                   {{-5, "tovDecimate", "srcImage == dstImage", "tovdecim"}, kBacktrace});
+    expectRefusal(alike(2, TOV_DEPTH_8U, 3, 20, 9),
+                  [](Scene& s) { // whatever the handler makes of the status
+                      s[0]->depth = TOV_DEPTH_16U;
+                      const TovErrorCallback before =
+                          tovRedirectError([](TovStatus, const char*, const char*, const char*, int32_t) -> TovStatus {
+                              tovSetErrStatus(TOV_STS_OK);
+                              return 0;
+                          });
+                      zoom(s, {1, 1, 1, 1, TOV_INTER_NN});
+                      tovRedirectError(before);
+                      s[0]->depth = TOV_DEPTH_8U;
+                  },
+                  {});
+}
+
+// A mask whose region begins as far beyond it as can be.
+TEST(Zoom, LeavesAllWithoutAMaskedPixel) {
+    for (int role : {0, 1}) {
+        Case c = alike(2, TOV_DEPTH_8U, 1, 20, 9);
+        ImageForm& mask = c.images[giveMask(c, role)];
+        mask.hasRoi = true;
+        mask.roi = {0, INT32_MAX, INT32_MAX, 5, 5};
+        mask.width = mask.height = 1;
+        expectRefusal(c, [](Scene& s) { tovZoom(s[0], s[1], 2, 1, 1, 1, TOV_INTER_CUBIC); }, {});
+    }
+}
+
+// A source's mask in plane order can't be scaled: it stays cleared where the handler lets the call go on, which is told
+// of once.
+TEST(Zoom, GoesOnAfterAFailedMask) {
+    Case c = alike(2, TOV_DEPTH_8U, 1, 20, 9);
+    c.images[giveMask(c, 0)].order = TOV_DATA_ORDER_PLANE;
+    Scene scene(c);
+    const Scene untouched(c);
+    scene.run([](Scene& s) { tovZoom(s[0], s[1], 2, 1, 1, 1, TOV_INTER_LINEAR); }, 0);
+    EXPECT_EQ(scene.differences(untouched), "");
+    EXPECT_EQ(scene.reports, (Reports{{-5, "tovZoom", "srcImage->dataOrder != dstImage->dataOrder", "tovZoom"},
+                                      kBacktrace,
+                                      {-1, "tovZoom", "", "tovZoom"}}));
 }
 
 TEST(Zoom, ATileThatCannotBeHadEndsTheCall) {
