@@ -56,7 +56,7 @@ OWN_INLINE void orderedRow(T* row, int32_t width, ptrdiff_t pixelStep, const int
         value = static_cast<T>((value & (step - 1)) > over ? upper : lower);
     };
     int32_t x = 0;
-    for (; pixelStep == 1 && x + kBlock <= width; x += kBlock) {
+    for (; pixelStep == 1 && width - x >= kBlock; x += kBlock) {
         OWN_EACH
         for (int32_t i = 0; i < kBlock; i++) threshold(row[x + i], repeated[i]);
     }

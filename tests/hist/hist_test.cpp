@@ -168,6 +168,7 @@ TEST(Contrast, AnyBlockMayFail) {
     for (uint64_t number = 0; number < 300 && !HasFatalFailure(); ++number) {
         const Case c = drawCase(number, sweep.family);
         failures += failEachBlock(c, sweep, [&](const Scene& scene, int n) {
+            ASSERT_EQ(scene.server.held(), 0u) << c;
             ASSERT_FALSE(scene.reports.empty()) << c;
             if (n > 1) return;
             ASSERT_EQ(scene.reports, Reports{stretchReport(-4, "")}) << c;

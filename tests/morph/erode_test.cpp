@@ -146,19 +146,10 @@ TEST(Erode, AnyBlockMayFail) {
         ASSERT_EQ(scene.status, TOV_STS_NO_MEMORY) << c;
         ASSERT_TRUE(scene.reports.empty() && scene.server.log.empty()) << c;
     };
-    for (uint64_t number = 0; number < 300; ++number) {
-        Case c = drawCase(number, sweep.family);
-        for (int n = 1, blocks = n; n <= blocks + 1; ++n) { // a call that stops has taken n
-            Scene scene(c);
-            scene.run([&](Scene& s) {
-                const MallocWatch watch(n);
-                sweep.product(s);
-                blocks = watch.count();
-            });
-            if (blocks < n) break;
-            ++failures;
-            ASSERT_NO_FATAL_FAILURE(expectNothing(c, scene));
-        }
+    for (uint64_t number = 0; number < 300 && !HasFatalFailure(); ++number) {
+        const Case c = drawCase(number, sweep.family);
+        failures +=
+            failEachBlock(c, sweep, [&](const Scene& scene, int) { ASSERT_NO_FATAL_FAILURE(expectNothing(c, scene)); });
     }
     EXPECT_GT(failures, 300);
     for (int32_t n : {1 << 30, INT32_MAX}) { // rows that no memory holds

@@ -207,6 +207,7 @@ TEST(Reduce, AnyBlockMayFail) {
     for (uint64_t number = 0; number < 500 && !HasFatalFailure(); ++number) {
         const Case c = drawCase(number, sweep.family);
         failEachBlock(c, sweep, [&](const Scene& scene, int) {
+            ASSERT_EQ(scene.server.held(), 0u) << c;
             ASSERT_FALSE(scene.reports.empty()) << c;
             ++failed[scene.reports.back().funcName + ": " + scene.reports.back().context];
             for (const auto& image : scene.images) ASSERT_TRUE(image->changes().empty()) << c;
@@ -234,7 +235,8 @@ TEST(Reduce, ForgivingHandlers) {
     };
     int failures = 0;
     for (uint64_t number = 0; number < 300; ++number) {
-        failures += failEachBlock(drawCase(number, plain.family), forgiving, [](const Scene&, int) {});
+        failures += failEachBlock(drawCase(number, plain.family), forgiving,
+                                  [](const Scene& scene, int) { ASSERT_EQ(scene.server.held(), 0u); });
     }
     EXPECT_GT(failures, 300);
 }

@@ -170,8 +170,8 @@ double cubicAt(double a, double b, double c, double d, double t) {
 void decimateImage(Scene& scene, TestImage& src, TestImage& dst, const Rates& rates) {
     if (refused(scene, src, dst)) return;
     const Area from = regionOf(src), to = regionOf(dst);
-    const auto reduced = [](int64_t length, int32_t dst, int32_t src) {
-        return static_cast<int32_t>(length * dst / src);
+    const auto reduced = [](int64_t length, int32_t pixels, int32_t of) {
+        return static_cast<int32_t>(length * pixels / of);
     };
     const int32_t width = std::min(to.width, reduced(from.width, rates.xDst, rates.xSrc));
     const int32_t height = std::min(to.height, reduced(from.height, rates.yDst, rates.ySrc));

@@ -31,7 +31,7 @@ void failEachTile(const Case& c, const Sweep& sweep, bool bands,
                   const std::function<Reports(const TileEvent& failed)>& reportsOf, bool keepsWritten = false);
 
 // Lets each block of memory that the product takes fail in turn, up to the first failure of the test, and has
-// check(scene, n) look at the call in which the n-th one did. No tile may stay held. Gives the number of those calls.
+// check(scene, n) look at the call in which the n-th one did. Gives the number of those calls.
 int failEachBlock(const Case& c, const Sweep& sweep, const std::function<void(const Scene& scene, int n)>& check);
 
 // The call must report exactly this, change nothing, ask for no tile, and leave the status of the reports' first
