@@ -179,7 +179,7 @@ TEST(ConvertToDIB, EveryFormOfImageAndBitmap) {
         std::memcpy(&header, headerIn(bitmap), sizeof header);
         ASSERT_EQ(std::memcmp(&header, &dib.header, sizeof header), 0) << number;
         const std::size_t words = dib.words.size() * 4;
-        ASSERT_EQ(std::memcmp(after.data(), dib.words.data(), words), 0) << "table, case " << number;
+        ASSERT_TRUE(words == 0 || std::memcmp(after.data(), dib.words.data(), words) == 0) << "table, case " << number;
         ASSERT_EQ(
             std::memcmp(after.data() + words, dib.pixels.data(), std::min(dib.pixels.size(), after.size() - words)), 0)
             << "case " << number << " of " << form.nChannels << " x " << form.depth << " to " << header.biBitCount
