@@ -5,6 +5,7 @@
 #include "core/memory.h"
 #include "dib/dib.h"
 #include "dib/palette.h"
+#include "kernel/kernel.h"
 
 namespace tov {
 
@@ -172,23 +173,41 @@ bool fillTable(const Cube& cube, int64_t pixels, int32_t entries, Table table) {
     return table.close();
 }
 
-// Counts the pixels of a row, of whose 16-bit values the high bytes count. `Step` is the distance of pixels in values,
+// Pixels that are counted at once.
+constexpr ptrdiff_t kBlock = 256;
+
+// The cells of `count` pixels, of whose 16-bit values the high bytes count. `Step` is the distance of pixels in values,
 // or 0 for one that isn't known.
 template <int32_t Step, bool Gray, class T>
-void countRow(const Cube& cube, const T* const (&rows)[kAxes], int32_t width, int32_t pixelStep) {
-    constexpr int32_t kBlock = 256;
+OWN_INLINE void findCells(const T* red, const T* green, const T* blue, ptrdiff_t pixelStep, ptrdiff_t count,
+                          uint32_t* cells) {
     const ptrdiff_t step = Step != 0 ? Step : pixelStep;
-    const auto high = [](T value) { return static_cast<uint32_t>(value) >> (8 * sizeof(T) - 8); };
+    const auto high = [](T value) OWN_INLINE_LAMBDA { return static_cast<uint32_t>(value) >> (8 * sizeof(T) - 8); };
+    for (ptrdiff_t i = 0; i < count; i++) {
+        cells[i] = Gray ? high(red[i * step])
+                        : high(red[i * step]) >> 2 | high(green[i * step]) >> 2 << 6 | high(blue[i * step]) >> 2 << 12;
+    }
+}
+
+// The form that most pictures have: pixels of three bytes.
+OWN_KERNEL void ownCellsOfPixels_8u(const uint8_t* red, const uint8_t* green, const uint8_t* blue, ptrdiff_t count,
+                                    uint32_t* cells) {
+    findCells<3, false>(red, green, blue, 3, count, cells);
+}
+
+template <int32_t Step, bool Gray, class T>
+void countRow(const Cube& cube, const T* const (&rows)[kAxes], int32_t width, int32_t pixelStep) {
+    const ptrdiff_t step = Step != 0 ? Step : pixelStep;
     for (ptrdiff_t x = 0; x < width; x += kBlock) {
         const ptrdiff_t n = width - x < kBlock ? width - x : kBlock;
         const T* red = rows[kRed] + x * step;
         const T* green = rows[kGreen] + x * step;
         const T* blue = rows[kBlue] + x * step;
         uint32_t cells[kBlock];
-        for (ptrdiff_t i = 0; i < n; i++) {
-            cells[i] =
-                Gray ? high(red[i * step])
-                     : high(red[i * step]) >> 2 | high(green[i * step]) >> 2 << 6 | high(blue[i * step]) >> 2 << 12;
+        if constexpr (Step == 3 && sizeof(T) == 1) {
+            ownCellsOfPixels_8u(red, green, blue, n, cells);
+        } else {
+            findCells<Step, Gray>(red, green, blue, step, n, cells);
         }
         for (ptrdiff_t i = 0; i < n; i++) cube.counts[cells[i]]++;
     }

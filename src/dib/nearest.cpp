@@ -14,6 +14,19 @@ constexpr int32_t kBlock = 256;
 
 OWN_INLINE int32_t square(int32_t value) { return value * value; }
 
+// The bits of a pixel in the order of its wide cell, its cell in that, and its colour in that.
+OWN_INLINE uint32_t placeOf(Pixel pixel) {
+    const uint32_t wide = (pixel >> 4 & 0x00F) | (pixel >> 8 & 0x0F0) | (pixel >> 12 & 0xF00);
+    const uint32_t cell = (pixel >> 2 & 0x03) | (pixel >> 8 & 0x0C) | (pixel >> 14 & 0x30);
+    const uint32_t color = (pixel & 0x03) | (pixel >> 6 & 0x0C) | (pixel >> 12 & 0x30);
+    return wide << 12 | cell << 6 | color;
+}
+
+OWN_KERNEL void ownPlaces(const Pixel* pixels, int32_t count, uint32_t* places) {
+    OWN_EACH
+    for (int32_t i = 0; i < count; i++) places[i] = placeOf(pixels[i]);
+}
+
 // Takes an entry for those of a cell's 64 colours to which it is nearer than the entries before.
 OWN_KERNEL void ownTakeNearer(const int32_t (&entry)[3], const int32_t (&low)[3], int32_t number, int32_t* distances,
                               int32_t* numbers) {
@@ -27,14 +40,6 @@ OWN_KERNEL void ownTakeNearer(const int32_t (&entry)[3], const int32_t (&low)[3]
 }
 
 } // namespace
-
-// The bits of a pixel in the order of its wide cell, its cell in that, and its colour in that.
-OWN_INLINE uint32_t NearestEntry::placeOf(Pixel pixel) {
-    const uint32_t wide = (pixel >> 4 & 0x00F) | (pixel >> 8 & 0x0F0) | (pixel >> 12 & 0xF00);
-    const uint32_t cell = (pixel >> 2 & 0x03) | (pixel >> 8 & 0x0C) | (pixel >> 14 & 0x30);
-    const uint32_t color = (pixel & 0x03) | (pixel >> 6 & 0x0C) | (pixel >> 12 & 0x30);
-    return wide << 12 | cell << 6 | color;
-}
 
 // The lowest colour of a pixel's cell.
 NearestEntry::Color NearestEntry::lowestOf(Pixel pixel, int32_t bits) {
@@ -144,8 +149,7 @@ void NearestEntry::ownNearestPaletteIndex(const Pixel* pixels, int32_t count, ui
     for (int32_t done = 0; done < count; done += kBlock) {
         const int32_t n = count - done < kBlock ? count - done : kBlock;
         uint32_t places[kBlock];
-        OWN_EACH
-        for (int32_t i = 0; i < n; i++) places[i] = placeOf(pixels[done + i]);
+        ownPlaces(pixels + done, n, places);
         for (int32_t i = 0; i < n; i++) {
             if (answers.known[places[i] >> 6] == 0) workOut(pixels[done + i]);
             found[done + i] = entries[places[i]];

@@ -40,7 +40,6 @@ private:
         uint8_t entries[1 << 3 * kCellBits][64];
     };
 
-    static uint32_t placeOf(Pixel pixel);
     static Color lowestOf(Pixel pixel, int32_t bits);
     bool isOwnGray(Pixel pixel) const;
     uint8_t searched(Pixel pixel) const;
