@@ -182,13 +182,7 @@ constexpr Transform kTransforms[] = {{"G", ownPixelsToGray, ownPixelsFromGray},
                                      {"RGB", ownPixelsToRGB, ownPixelsToRGB},
                                      {"RGBA", ownPixelsToRGB, ownPixelsToRGB}};
 
-struct Writer {
-    int32_t nChannels;
-    uint32_t depth;
-    WritePixels pixelOrder;
-    WritePixels planeOrder;
-};
-constexpr Writer kWriters[] = {
+constexpr ByForm<WritePixels> kWriters[] = {
     {1, TOV_DEPTH_1U, ownWriteBits, ownWriteBits},
     {1, TOV_DEPTH_8U, ownWriteGrayU8, ownWriteGrayU8},
     {1, TOV_DEPTH_16U, ownWriteGrayU16, ownWriteGrayU16},
@@ -232,12 +226,7 @@ bool pixelTransform(const char (&channelSeq)[4], bool toImage, TransformPixels& 
 }
 
 WritePixels pixelWriter(int32_t nChannels, uint32_t depth, int32_t dataOrder) {
-    for (const Writer& writer : kWriters) {
-        if (writer.nChannels == nChannels && writer.depth == depth) {
-            return dataOrder == TOV_DATA_ORDER_PLANE ? writer.planeOrder : writer.pixelOrder;
-        }
-    }
-    return nullptr;
+    return serving(kWriters, nChannels, depth, dataOrder);
 }
 
 } // namespace tov

@@ -51,6 +51,24 @@ using TransformPixels = void (*)(Pixel* pixels, int32_t count);
 // for a sequence that has none. Gray is made of colours on the way to an image, and colours of gray on the way back.
 bool pixelTransform(const char (&channelSeq)[4], bool toImage, TransformPixels& transform);
 
+// What serves one form of image, in either data order.
+template <class F>
+struct ByForm {
+    int32_t nChannels;
+    uint32_t depth;
+    F pixelOrder;
+    F planeOrder;
+};
+// Null for a form that a table doesn't have.
+template <class F, size_t N>
+F serving(const ByForm<F> (&forms)[N], int32_t nChannels, uint32_t depth, int32_t dataOrder) {
+    for (const ByForm<F>& form : forms) {
+        if (form.nChannels != nChannels || form.depth != depth) continue;
+        return dataOrder == TOV_DATA_ORDER_PLANE ? form.planeOrder : form.pixelOrder;
+    }
+    return nullptr;
+}
+
 // Writes `count` pixels to a row, from column x on. channelStride, in bytes, counts in plane order alone.
 using WritePixels = void (*)(const Pixel* pixels, int32_t count, uint8_t* row, int32_t x, ptrdiff_t channelStride);
 // Null for a form of image that has no writer.

@@ -84,13 +84,7 @@ OWN_KERNEL void ownReadPlanes4U16(const uint8_t* row, int32_t x, int32_t count, 
     readPlanes<uint16_t, 4>(row, x, count, stride, pixels);
 }
 
-struct Reader {
-    int32_t nChannels;
-    uint32_t depth;
-    ReadImage pixelOrder;
-    ReadImage planeOrder;
-};
-constexpr Reader kReaders[] = {
+constexpr ByForm<ReadImage> kReaders[] = {
     {1, TOV_DEPTH_1U, ownReadBits, ownReadBits},
     {1, TOV_DEPTH_8U, ownReadGrayU8, ownReadGrayU8},
     {1, TOV_DEPTH_16U, ownReadGrayU16, ownReadGrayU16},
@@ -157,12 +151,7 @@ OWN_KERNEL void ownWriteBytes3(PixelTarget&, const Pixel* pixels, int32_t count,
 } // namespace
 
 ReadImage imageReader(int32_t nChannels, uint32_t depth, int32_t dataOrder) {
-    for (const Reader& reader : kReaders) {
-        if (reader.nChannels == nChannels && reader.depth == depth) {
-            return dataOrder == TOV_DATA_ORDER_PLANE ? reader.planeOrder : reader.pixelOrder;
-        }
-    }
-    return nullptr;
+    return serving(kReaders, nChannels, depth, dataOrder);
 }
 
 WriteBitmap bitmapWriter(int32_t bitCount) {
