@@ -14,7 +14,7 @@ namespace tov {
 namespace {
 
 constexpr int32_t kBlockSamples = 512;
-constexpr int32_t kNearestBlock = 256; // pixels
+constexpr int32_t kNearestBlock = 1024; // pixels
 
 // The lanes of a call: colours with one plane per channel, alphas.
 template <class T>
@@ -189,9 +189,10 @@ private:
     // Pixels in doubt are gathered, and worked literally many at a time.
     void nearestPixels(const uint8_t* A, const uint8_t* B, uint8_t* out, int32_t count) {
         constexpr int32_t nGroup = 16;
-        kNearestPixels_8u[premultiplied_ ? 1 : 0][type_](A, B, nearest_.pixels, nearest_.doubts, count);
+        const auto nearest = kNearestPixels_8u[premultiplied_ ? 1 : 0][type_];
+        const bool doubtful = nearest(A, B, nearest_.pixels, nearest_.doubts, count);
         int32_t n = 0;
-        for (int32_t i = 0; i < count; i += nGroup) {
+        for (int32_t i = 0; doubtful && i < count; i += nGroup) {
             const int32_t end = smaller(i + nGroup, count);
             uint32_t any = 0;
             for (int32_t k = i; k < end; k++) any |= nearest_.doubts[k];

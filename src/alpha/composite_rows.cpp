@@ -130,20 +130,32 @@ OWN_INLINE uint16_t scaleHalf(uint16_t samples, uint16_t lowWeight, uint16_t hig
 // has the alpha itself, where that must stay as it is.
 struct Weights {
     OWN_INLINE void load(const uint8_t* pixels, ptrdiff_t nPixels) {
+        auto* bytes = reinterpret_cast<uint8_t*>(alphas);
         OWN_EACH
         for (ptrdiff_t i = 0; i < nPixels; i++) {
-            uint32_t pixel = 0;
-            std::memcpy(&pixel, pixels + 4 * i, sizeof pixel);
-            const uint32_t spread = spreadWord<uint8_t>(pixel);
-            const uint32_t kept = spread | (kFirstIsLow ? UINT32_C(0xFFFF0000) : UINT32_C(0x0000FFFF));
-            std::memcpy(alphas + 2 * i, &spread, sizeof spread);
-            std::memcpy(keeping + 2 * i, &kept, sizeof kept);
+            // Four copies, written out, are one selection of bytes to the compiler.
+            const uint8_t alpha = pixels[4 * i + 3];
+            bytes[4 * i] = alpha;
+            bytes[4 * i + 1] = alpha;
+            bytes[4 * i + 2] = alpha;
+            bytes[4 * i + 3] = alpha;
         }
     }
 
-    template <bool Premultiplied>
+    OWN_INLINE void loadBoth(const uint8_t* pixels, ptrdiff_t nPixels) {
+        const Bytes4* words = reinterpret_cast<const Bytes4*>(pixels);
+        Bytes4* spread = reinterpret_cast<Bytes4*>(alphas);
+        Bytes4* kept = reinterpret_cast<Bytes4*>(keeping);
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < nPixels; i++) {
+            const auto word = spreadWord<uint8_t>(uint32_t{words[i]});
+            spread[i] = word;
+            kept[i] = word | (kFirstIsLow ? UINT32_C(0xFFFF0000) : UINT32_C(0x0000FFFF));
+        }
+    }
+
+    // Both samples multiplied by their alpha, the alpha itself excepted.
     OWN_INLINE uint16_t colours(uint16_t samples, ptrdiff_t i) const {
-        if (Premultiplied) return samples;
         return kFirstIsLow ? scaleHalf(samples, alphas[i], keeping[i]) : scaleHalf(samples, keeping[i], alphas[i]);
     }
 
@@ -156,41 +168,73 @@ struct Weights {
 enum class Term { None, Whole, Within, Without };
 template <Term Kind>
 OWN_INLINE uint16_t termOf(uint16_t samples, uint16_t otherAlpha) {
+    if constexpr (Kind == Term::None) return 0;
     if constexpr (Kind == Term::Whole) return samples;
     const uint16_t product = scaleHalf(samples, otherAlpha, otherAlpha);
     return Kind == Term::Within ? product : static_cast<uint16_t>(samples - product);
 }
 
-// One term of all pixels of a block.
-template <bool Premultiplied, Term Kind>
-OWN_INLINE const uint8_t* termRow(const uint8_t* pixels, const Weights& own, const Weights& other, uint8_t* terms,
-                                  ptrdiff_t nPixels) {
-    if (Premultiplied && Kind == Term::Whole) return pixels;
+OWN_INLINE void addRows(const uint8_t* termsA, const uint8_t* termsB, uint8_t* dst, ptrdiff_t nPixels) {
     OWN_EACH
-    for (ptrdiff_t i = 0; i < 2 * nPixels; i++) {
-        uint16_t samples = 0;
-        std::memcpy(&samples, pixels + 2 * i, sizeof samples);
-        const uint16_t term = termOf<Kind>(own.colours<Premultiplied>(samples, i), other.alphas[i]);
-        std::memcpy(terms + 2 * i, &term, sizeof term);
-    }
+    for (ptrdiff_t i = 0; i < 4 * nPixels; i++) dst[i] = addSat(termsA[i], termsB[i]);
+}
+
+// One term of all pixels of a block.
+template <Term Kind>
+OWN_INLINE const uint8_t* termRow(const uint8_t* pixels, const Weights& other, uint8_t* terms, ptrdiff_t nPixels) {
+    if (Kind == Term::Whole) return pixels;
+    const Bytes2* from = reinterpret_cast<const Bytes2*>(pixels);
+    Bytes2* to = reinterpret_cast<Bytes2*>(terms);
+    OWN_EACH
+    for (ptrdiff_t i = 0; i < 2 * nPixels; i++) to[i] = termOf<Kind>(from[i], other.alphas[i]);
     return terms;
 }
 
-template <bool Premultiplied, Term TermA, Term TermB>
-OWN_INLINE void combineHalves(const uint8_t* A, const uint8_t* B, uint8_t* dst, ptrdiff_t nPixels) {
+// Pixels whose colours are multiplied by their alpha, or should be: nothing holds them to be no larger than it.
+template <Term TermA, Term TermB>
+OWN_INLINE void combinePixels(const uint8_t* A, const uint8_t* B, uint8_t* dst, ptrdiff_t nPixels) {
     Weights a;
     Weights b;
-    if (!Premultiplied || (TermB != Term::None && TermB != Term::Whole)) a.load(A, nPixels);
-    if (!Premultiplied || TermA != Term::Whole) b.load(B, nPixels);
+    if (TermB == Term::Within || TermB == Term::Without) a.load(A, nPixels);
+    if (TermA == Term::Within || TermA == Term::Without) b.load(B, nPixels);
     if constexpr (TermB == Term::None) {
-        termRow<Premultiplied, TermA>(A, a, b, dst, nPixels);
+        termRow<TermA>(A, b, dst, nPixels);
     } else {
         uint8_t bufferA[4 * kPixelBlock];
         uint8_t bufferB[4 * kPixelBlock];
-        const uint8_t* termsA = termRow<Premultiplied, TermA>(A, a, b, bufferA, nPixels);
-        const uint8_t* termsB = termRow<Premultiplied, TermB>(B, b, a, bufferB, nPixels);
+        const uint8_t* termsA = termRow<TermA>(A, b, bufferA, nPixels);
+        const uint8_t* termsB = termRow<TermB>(B, a, bufferB, nPixels);
+        addRows(termsA, termsB, dst, nPixels);
+    }
+}
+
+// Pixels whose colours still are to be multiplied. Samples of A then are at most a, and what a leaves of samples of B
+// at most 255 - a: no byte of such a sum reaches into its neighbour. The sum of whole pixels alone can.
+template <Term TermA, Term TermB>
+OWN_INLINE void combinePlainPixels(const uint8_t* A, const uint8_t* B, uint8_t* dst, ptrdiff_t nPixels) {
+    Weights a;
+    Weights b;
+    a.loadBoth(A, nPixels);
+    b.loadBoth(B, nPixels);
+    const Bytes2* fromA = reinterpret_cast<const Bytes2*>(A);
+    const Bytes2* fromB = reinterpret_cast<const Bytes2*>(B);
+    if constexpr (TermA == Term::Whole && TermB == Term::Whole) {
+        Halves bufferA;
+        Halves bufferB;
         OWN_EACH
-        for (ptrdiff_t i = 0; i < 4 * nPixels; i++) dst[i] = addSat(termsA[i], termsB[i]);
+        for (ptrdiff_t i = 0; i < 2 * nPixels; i++) {
+            bufferA[i] = a.colours(fromA[i], i);
+            bufferB[i] = b.colours(fromB[i], i);
+        }
+        addRows(reinterpret_cast<const uint8_t*>(bufferA), reinterpret_cast<const uint8_t*>(bufferB), dst, nPixels);
+    } else {
+        Bytes2* to = reinterpret_cast<Bytes2*>(dst);
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < 2 * nPixels; i++) {
+            const uint16_t termA = termOf<TermA>(a.colours(fromA[i], i), b.alphas[i]);
+            const uint16_t termB = termOf<TermB>(b.colours(fromB[i], i), a.alphas[i]);
+            to[i] = static_cast<uint16_t>(termA + termB);
+        }
     }
 }
 
@@ -274,40 +318,40 @@ OWN_KERNEL void ownSpreadRow_16u(Row16 pixels, uint16_t* alphas, ptrdiff_t nPixe
     spreadRow(pixels, alphas, nPixels);
 }
 OWN_KERNEL void ownPixelsOver_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
-    combineHalves<true, Term::Whole, Term::Without>(A, B, dst, nPixels);
+    combinePixels<Term::Whole, Term::Without>(A, B, dst, nPixels);
 }
 OWN_KERNEL void ownPixelsIn_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
-    combineHalves<true, Term::Within, Term::None>(A, B, dst, nPixels);
+    combinePixels<Term::Within, Term::None>(A, B, dst, nPixels);
 }
 OWN_KERNEL void ownPixelsOut_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
-    combineHalves<true, Term::Without, Term::None>(A, B, dst, nPixels);
+    combinePixels<Term::Without, Term::None>(A, B, dst, nPixels);
 }
 OWN_KERNEL void ownPixelsAtop_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
-    combineHalves<true, Term::Within, Term::Without>(A, B, dst, nPixels);
+    combinePixels<Term::Within, Term::Without>(A, B, dst, nPixels);
 }
 OWN_KERNEL void ownPixelsXor_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
-    combineHalves<true, Term::Without, Term::Without>(A, B, dst, nPixels);
+    combinePixels<Term::Without, Term::Without>(A, B, dst, nPixels);
 }
 OWN_KERNEL void ownPixelsPlus_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
-    combineHalves<true, Term::Whole, Term::Whole>(A, B, dst, nPixels);
+    combinePixels<Term::Whole, Term::Whole>(A, B, dst, nPixels);
 }
-OWN_KERNEL void ownPlainPixelsOver_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
-    combineHalves<false, Term::Whole, Term::Without>(A, B, dst, nPixels);
+OWN_WIDE_KERNEL void ownPlainPixelsOver_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combinePlainPixels<Term::Whole, Term::Without>(A, B, dst, nPixels);
 }
-OWN_KERNEL void ownPlainPixelsIn_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
-    combineHalves<false, Term::Within, Term::None>(A, B, dst, nPixels);
+OWN_WIDE_KERNEL void ownPlainPixelsIn_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combinePlainPixels<Term::Within, Term::None>(A, B, dst, nPixels);
 }
-OWN_KERNEL void ownPlainPixelsOut_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
-    combineHalves<false, Term::Without, Term::None>(A, B, dst, nPixels);
+OWN_WIDE_KERNEL void ownPlainPixelsOut_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combinePlainPixels<Term::Without, Term::None>(A, B, dst, nPixels);
 }
-OWN_KERNEL void ownPlainPixelsAtop_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
-    combineHalves<false, Term::Within, Term::Without>(A, B, dst, nPixels);
+OWN_WIDE_KERNEL void ownPlainPixelsAtop_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combinePlainPixels<Term::Within, Term::Without>(A, B, dst, nPixels);
 }
-OWN_KERNEL void ownPlainPixelsXor_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
-    combineHalves<false, Term::Without, Term::Without>(A, B, dst, nPixels);
+OWN_WIDE_KERNEL void ownPlainPixelsXor_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combinePlainPixels<Term::Without, Term::Without>(A, B, dst, nPixels);
 }
-OWN_KERNEL void ownPlainPixelsPlus_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
-    combineHalves<false, Term::Whole, Term::Whole>(A, B, dst, nPixels);
+OWN_WIDE_KERNEL void ownPlainPixelsPlus_8u(Row8 A, Row8 B, uint8_t* dst, ptrdiff_t nPixels) {
+    combinePlainPixels<Term::Whole, Term::Whole>(A, B, dst, nPixels);
 }
 OWN_KERNEL void ownPixelsOver_16u(Row16 A, Row16 B, uint16_t* dst, ptrdiff_t nPixels) {
     combineSpread<true, Over>(A, B, dst, nPixels);

@@ -49,9 +49,9 @@ struct DivideSamples {
     DivideLimits limits;
 };
 
-// The same on pixels of three 8-bit colours and alpha, in single precision. A pixel whose doubt isn't 0 must be worked
-// by the rows above instead.
-using NearestPixels = void (*)(const uint8_t* pixelsA, const uint8_t* pixelsB, uint8_t* nearest, uint32_t* doubts,
+// The same on pixels of three 8-bit colours and alpha, in single precision. Where the result is true, a pixel whose
+// doubt isn't 0 must be worked by the rows above instead; otherwise there is no doubt.
+using NearestPixels = bool (*)(const uint8_t* pixelsA, const uint8_t* pixelsB, uint8_t* nearest, uint32_t* doubts,
                                ptrdiff_t nPixels);
 // By premulAlpha and operator.
 extern const NearestPixels kNearestPixels_8u[2][kOperators];

@@ -1,7 +1,4 @@
 // Pixels of composition with division in single precision, where that is proven to round to the same samples.
-#include <cmath>
-#include <cstring>
-
 #include "alpha/composite_rows.h"
 #include "kernel/kernel.h"
 #include "kernel/word.h"
@@ -10,47 +7,78 @@ namespace tov {
 
 namespace {
 
-// The literal form divides doubles, C / r, with fractions fa = a * scale, where scale is (1 + d) / 255 and d = 254 /
-// 2^32 is below one rounding of single precision, u = 2^-24. Here numerator and denominator are both 65025 times as
-// large, X and Y being 255 times the colours as the operators take them: whole numbers below 2^24 as far as d is left
-// out. The complements na and nb, 255 * (1 - fa) and 255 * (1 - fb), have d in them, since what is left of 1 may be as
-// small.
+// The literal form divides doubles, C / r, with fractions fa = a * scale. The scale is (1 + d) / 255, d = 254 / 2^32
+// being below one rounding of single precision, u = 2^-24; so the complement 1 - fa is (255 - a - a * d) / 255. Here
+// both factors of a colour, all of C / r but A and B, are formed once for a pixel.
 //
-// X, Y, a and b differ from the literal's by d, less than 1 u; a complement by 1 u. A product with it and the sum make
-// numerators exact to 4 u and denominators exact to 4 u: all terms are positive, except that a complement of 255 is
-// -255 d, which is nothing beside another term that isn't 0, and rounds to 0 alone. The reciprocal and its product add
-// 2 u. So a quotient is within 10 u, or 256 * 10 u below 256, of the literal one, whose own roundings are far smaller:
-// where it is further than 256 * 11 u from halfway between two samples, both round to the same one. Denominators are
-// near whole numbers, so the literal's limit for dividing, half of 1 on this scale, can't fall between both either.
+// A complement is exact to 3 u, as are the fractions, r to 6 u, its reciprocal to 7 u and, all terms being positive, a
+// quotient to 15 u: a complement of alpha 255 is -d, which is nothing beside another term that isn't 0, and rounds to 0
+// alone. So quotients below 256 are within 2.3e-4 of the literal one, whose own roundings are far smaller. They are
+// rounded to multiples of 1 / 2048, and where such a multiple isn't halfway between two samples, the literal quotient
+// is on the same side. Where r isn't one of the literal's undivided ones, it is 1 / 65025 or more.
+//
+// Result alphas are quotients of whole numbers by 255, 1 / 510 away from halfway.
 constexpr float kLargest = 255.0F;
-constexpr float kOne = 65025.0F;
+constexpr float kScale = 0x1.010102p-8F;
 constexpr float kScaleError = 254.0F / 4294967296.0F;
-constexpr float kDoubt = 0.5F - 256.0F * 11.0F / 16777216.0F;
+constexpr float kLeastDivisor = 1e-5F;
+constexpr uint32_t kHalfSample = 1024;
+constexpr int32_t kGridBits = 11;
 
-// As an alpha, X and Y are 255 a and 255 b.
+// What becomes of a quotient halfway between two samples.
+enum class Halfway {
+    // The literal form decides.
+    Doubt,
+    // Quotients are (255 A) / a, or (255 (A + B)) / (a + b): no closer to halfway than 1 / 1020 unless they lie there.
+    // Then the literal one, with scale in its denominator, is smaller by d, more than its roundings.
+    Down,
+    // Quotients are (A a + B b) / (a + b): likewise, but without d, and the literal's roundings vanish when it adds
+    // 2^23.
+    Even,
+};
+
+// Each operator's factors of A1 and B1, and its result alpha.
 struct Over {
-    OWN_INLINE static float colour(float X, float Y, float na, float, float) { return kLargest * X + Y * na; }
-    OWN_INLINE static float alpha(float a, float na, float b, float) { return kLargest * a + b * na; }
+    static constexpr Halfway kHalfway[2] = {Halfway::Doubt, Halfway::Doubt};
+    static constexpr bool kTakesB = true;
+    OWN_INLINE static float ofA(float, float) { return 1.0F; }
+    OWN_INLINE static float ofB(float na) { return na; }
+    OWN_INLINE static float alpha(float fa, float na, float fb, float) { return fa + fb * na; }
 };
 struct In {
-    OWN_INLINE static float colour(float X, float, float, float b, float) { return X * b; }
-    OWN_INLINE static float alpha(float a, float, float b, float) { return b * a; }
+    static constexpr Halfway kHalfway[2] = {Halfway::Down, Halfway::Down};
+    static constexpr bool kTakesB = false;
+    OWN_INLINE static float ofA(float fb, float) { return fb; }
+    OWN_INLINE static float ofB(float) { return 0.0F; }
+    OWN_INLINE static float alpha(float fa, float, float fb, float) { return fb * fa; }
 };
 struct Out {
-    OWN_INLINE static float colour(float X, float, float, float, float nb) { return X * nb; }
-    OWN_INLINE static float alpha(float a, float, float, float nb) { return nb * a; }
+    static constexpr Halfway kHalfway[2] = {Halfway::Down, Halfway::Down};
+    static constexpr bool kTakesB = false;
+    OWN_INLINE static float ofA(float, float nb) { return nb; }
+    OWN_INLINE static float ofB(float) { return 0.0F; }
+    OWN_INLINE static float alpha(float fa, float, float, float nb) { return nb * fa; }
 };
 struct Atop {
-    OWN_INLINE static float colour(float X, float Y, float na, float b, float) { return X * b + Y * na; }
-    OWN_INLINE static float alpha(float, float, float b, float) { return kLargest * b; }
+    static constexpr Halfway kHalfway[2] = {Halfway::Doubt, Halfway::Doubt};
+    static constexpr bool kTakesB = true;
+    OWN_INLINE static float ofA(float fb, float) { return fb; }
+    OWN_INLINE static float ofB(float na) { return na; }
+    OWN_INLINE static float alpha(float, float, float fb, float) { return fb; }
 };
 struct Xor {
-    OWN_INLINE static float colour(float X, float Y, float na, float, float nb) { return X * nb + Y * na; }
-    OWN_INLINE static float alpha(float a, float na, float b, float nb) { return nb * a + na * b; }
+    static constexpr Halfway kHalfway[2] = {Halfway::Doubt, Halfway::Doubt};
+    static constexpr bool kTakesB = true;
+    OWN_INLINE static float ofA(float, float nb) { return nb; }
+    OWN_INLINE static float ofB(float na) { return na; }
+    OWN_INLINE static float alpha(float fa, float na, float fb, float nb) { return nb * fa + na * fb; }
 };
 struct Plus {
-    OWN_INLINE static float colour(float X, float Y, float, float, float) { return kLargest * X + kLargest * Y; }
-    OWN_INLINE static float alpha(float a, float, float b, float) { return kLargest * b + kLargest * a; }
+    static constexpr Halfway kHalfway[2] = {Halfway::Even, Halfway::Down};
+    static constexpr bool kTakesB = true;
+    OWN_INLINE static float ofA(float, float) { return 1.0F; }
+    OWN_INLINE static float ofB(float) { return 1.0F; }
+    OWN_INLINE static float alpha(float fa, float, float fb, float) { return fb + fa; }
 };
 
 template <int32_t Place>
@@ -58,88 +86,100 @@ OWN_INLINE float byteAt(uint32_t word) {
     return static_cast<float>(static_cast<int32_t>(word >> (kFirstIsLow ? 8 * Place : 24 - 8 * Place) & UINT8_MAX));
 }
 
-OWN_INLINE float limited(float quotient) { return quotient < kLargest ? quotient : kLargest; }
-OWN_INLINE float nearestWhole(float value) { return (value + 8388608.0F) - 8388608.0F; }
-OWN_INLINE float larger(float a, float b) { return a > b ? a : b; }
-
-template <int32_t Place>
-OWN_INLINE uint32_t byteOf(float value) {
-    return static_cast<uint32_t>(static_cast<int32_t>(value)) << (kFirstIsLow ? 8 * Place : 24 - 8 * Place);
+// The sample in bits kGridBits and up, and below them how far the quotient is above the halfway point under it, both
+// of a quotient limited to the largest sample, in multiples of 1 / 2048: those are the last bits of numbers from 4096
+// on.
+template <Halfway At>
+OWN_INLINE uint32_t onGrid(float quotient) {
+    const float limited = quotient < kLargest ? quotient : kLargest;
+    const auto bits = __builtin_bit_cast(uint32_t, limited + 4096.0F);
+    if constexpr (At == Halfway::Doubt) return bits + kHalfSample;
+    if constexpr (At == Halfway::Down) return bits + (kHalfSample - 1);
+    return bits + (kHalfSample - 1) + (bits >> kGridBits & 1);
 }
 
+OWN_INLINE uint32_t partOf(uint32_t onGrid) { return onGrid & (2 * kHalfSample - 1); }
+OWN_INLINE uint32_t smallerOf(uint32_t a, uint32_t b) { return a < b ? a : b; }
+
+template <int32_t Place>
+OWN_INLINE uint32_t byteOf(uint32_t onGrid) {
+    return (onGrid >> kGridBits & UINT8_MAX) << (kFirstIsLow ? 8 * Place : 24 - 8 * Place);
+}
+
+// Returns whether there can be doubts; only then they are written.
 template <class Operator, bool Premultiplied>
-OWN_INLINE void nearestPixels(const uint8_t* A, const uint8_t* B, uint8_t* nearest, uint32_t* doubts,
+OWN_INLINE bool nearestPixels(const uint8_t* A, const uint8_t* B, uint8_t* nearest, uint32_t* doubts,
                               ptrdiff_t nPixels) {
+    constexpr Halfway at = Operator::kHalfway[Premultiplied ? 1 : 0];
+    const Bytes4* pixelsA = reinterpret_cast<const Bytes4*>(A);
+    const Bytes4* pixelsB = reinterpret_cast<const Bytes4*>(B);
+    Bytes4* pixels = reinterpret_cast<Bytes4*>(nearest);
     OWN_EACH
     for (ptrdiff_t i = 0; i < nPixels; i++) {
-        uint32_t wordA = 0;
-        uint32_t wordB = 0;
-        std::memcpy(&wordA, A + 4 * i, sizeof wordA);
-        std::memcpy(&wordB, B + 4 * i, sizeof wordB);
+        const uint32_t wordA = pixelsA[i];
+        const uint32_t wordB = pixelsB[i];
         const float a = byteAt<3>(wordA);
         const float b = byteAt<3>(wordB);
-        const float na = (kLargest - a) - a * kScaleError;
-        const float nb = (kLargest - b) - b * kScaleError;
-        const float factorA = Premultiplied ? kLargest : a;
-        const float factorB = Premultiplied ? kLargest : b;
-        const float alpha = Operator::alpha(a, na, b, nb);
-        const float over = 1.0F / (alpha > 0.5F ? alpha : kOne);
-        const auto colour = [=](float A1, float B1) OWN_INLINE_LAMBDA {
-            return limited(Operator::colour(A1 * factorA, B1 * factorB, na, b, nb) * over);
+        const float fa = a * kScale;
+        const float fb = b * kScale;
+        const float na = ((kLargest - a) - a * kScaleError) * kScale;
+        const float nb = ((kLargest - b) - b * kScaleError) * kScale;
+        const float alpha = Operator::alpha(fa, na, fb, nb);
+        const float over = 1.0F / (alpha > kLeastDivisor ? alpha : 1.0F);
+        const float factorA = Operator::ofA(fb, nb) * over * (Premultiplied ? 1.0F : fa);
+        const float factorB = Operator::ofB(na) * over * (Premultiplied ? 1.0F : fb);
+        const auto colour = [=](float sampleA, float sampleB) OWN_INLINE_LAMBDA {
+            return onGrid<at>(Operator::kTakesB ? sampleA * factorA + sampleB * factorB : sampleA * factorA);
         };
-        const float q0 = colour(byteAt<0>(wordA), byteAt<0>(wordB));
-        const float q1 = colour(byteAt<1>(wordA), byteAt<1>(wordB));
-        const float q2 = colour(byteAt<2>(wordA), byteAt<2>(wordB));
-        const float q3 = limited(alpha * (1.0F / kLargest));
-        const float n0 = nearestWhole(q0);
-        const float n1 = nearestWhole(q1);
-        const float n2 = nearestWhole(q2);
-        const float n3 = nearestWhole(q3);
-        const float off01 = larger(std::fabs(q0 - n0), std::fabs(q1 - n1));
-        const float off23 = larger(std::fabs(q2 - n2), std::fabs(q3 - n3));
-        const uint32_t word = byteOf<0>(n0) | byteOf<1>(n1) | byteOf<2>(n2) | byteOf<3>(n3);
-        std::memcpy(nearest + 4 * i, &word, sizeof word);
-        doubts[i] = larger(off01, off23) > kDoubt ? 1 : 0;
+        const uint32_t c0 = colour(byteAt<0>(wordA), byteAt<0>(wordB));
+        const uint32_t c1 = colour(byteAt<1>(wordA), byteAt<1>(wordB));
+        const uint32_t c2 = colour(byteAt<2>(wordA), byteAt<2>(wordB));
+        const uint32_t c3 = onGrid<Halfway::Doubt>(alpha * kLargest);
+        pixels[i] = byteOf<0>(c0) | byteOf<1>(c1) | byteOf<2>(c2) | byteOf<3>(c3);
+        if constexpr (at == Halfway::Doubt) {
+            doubts[i] = smallerOf(smallerOf(partOf(c0), partOf(c1)), partOf(c2)) == 0 ? 1 : 0;
+        }
     }
+    return at == Halfway::Doubt;
 }
 
 using Row = const uint8_t*;
 
-OWN_KERNEL void ownNearestOver_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    nearestPixels<Over, true>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL bool ownNearestOver_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
+    return nearestPixels<Over, true>(A, B, nearest, doubts, n);
 }
-OWN_KERNEL void ownNearestIn_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    nearestPixels<In, true>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL bool ownNearestIn_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
+    return nearestPixels<In, true>(A, B, nearest, doubts, n);
 }
-OWN_KERNEL void ownNearestOut_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    nearestPixels<Out, true>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL bool ownNearestOut_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
+    return nearestPixels<Out, true>(A, B, nearest, doubts, n);
 }
-OWN_KERNEL void ownNearestAtop_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    nearestPixels<Atop, true>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL bool ownNearestAtop_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
+    return nearestPixels<Atop, true>(A, B, nearest, doubts, n);
 }
-OWN_KERNEL void ownNearestXor_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    nearestPixels<Xor, true>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL bool ownNearestXor_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
+    return nearestPixels<Xor, true>(A, B, nearest, doubts, n);
 }
-OWN_KERNEL void ownNearestPlus_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    nearestPixels<Plus, true>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL bool ownNearestPlus_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
+    return nearestPixels<Plus, true>(A, B, nearest, doubts, n);
 }
-OWN_KERNEL void ownNearestPlainOver_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    nearestPixels<Over, false>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL bool ownNearestPlainOver_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
+    return nearestPixels<Over, false>(A, B, nearest, doubts, n);
 }
-OWN_KERNEL void ownNearestPlainIn_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    nearestPixels<In, false>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL bool ownNearestPlainIn_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
+    return nearestPixels<In, false>(A, B, nearest, doubts, n);
 }
-OWN_KERNEL void ownNearestPlainOut_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    nearestPixels<Out, false>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL bool ownNearestPlainOut_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
+    return nearestPixels<Out, false>(A, B, nearest, doubts, n);
 }
-OWN_KERNEL void ownNearestPlainAtop_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    nearestPixels<Atop, false>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL bool ownNearestPlainAtop_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
+    return nearestPixels<Atop, false>(A, B, nearest, doubts, n);
 }
-OWN_KERNEL void ownNearestPlainXor_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    nearestPixels<Xor, false>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL bool ownNearestPlainXor_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
+    return nearestPixels<Xor, false>(A, B, nearest, doubts, n);
 }
-OWN_KERNEL void ownNearestPlainPlus_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    nearestPixels<Plus, false>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL bool ownNearestPlainPlus_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
+    return nearestPixels<Plus, false>(A, B, nearest, doubts, n);
 }
 
 } // namespace

@@ -232,28 +232,28 @@ OWN_INLINE void planeRun(const TwistMap& map, const TwistRow<T>& row, ptrdiff_t 
     }
 }
 
-OWN_KERNEL void ownTwistPixel_8u(const TwistMap& map, const TwistRow<uint8_t>& row) {
+OWN_WIDE_KERNEL void ownTwistPixel_8u(const TwistMap& map, const TwistRow<uint8_t>& row) {
     pixelRun(map, row, 0, row.count);
 }
-OWN_KERNEL void ownTwistPixelMask_8u(const TwistMap& map, const TwistRow<uint8_t>& row) {
+OWN_WIDE_KERNEL void ownTwistPixelMask_8u(const TwistMap& map, const TwistRow<uint8_t>& row) {
     for (MaskRuns runs(row.mask, row.maskBit, row.count); runs.next();) pixelRun(map, row, runs.start, runs.length);
 }
-OWN_KERNEL void ownTwistPixel_16u(const TwistMap& map, const TwistRow<uint16_t>& row) {
+OWN_WIDE_KERNEL void ownTwistPixel_16u(const TwistMap& map, const TwistRow<uint16_t>& row) {
     pixelRun(map, row, 0, row.count);
 }
-OWN_KERNEL void ownTwistPixelMask_16u(const TwistMap& map, const TwistRow<uint16_t>& row) {
+OWN_WIDE_KERNEL void ownTwistPixelMask_16u(const TwistMap& map, const TwistRow<uint16_t>& row) {
     for (MaskRuns runs(row.mask, row.maskBit, row.count); runs.next();) pixelRun(map, row, runs.start, runs.length);
 }
-OWN_KERNEL void ownTwistPlane_8u(const TwistMap& map, const TwistRow<uint8_t>& row) {
+OWN_WIDE_KERNEL void ownTwistPlane_8u(const TwistMap& map, const TwistRow<uint8_t>& row) {
     planeRun(map, row, 0, row.count);
 }
-OWN_KERNEL void ownTwistPlaneMask_8u(const TwistMap& map, const TwistRow<uint8_t>& row) {
+OWN_WIDE_KERNEL void ownTwistPlaneMask_8u(const TwistMap& map, const TwistRow<uint8_t>& row) {
     for (MaskRuns runs(row.mask, row.maskBit, row.count); runs.next();) planeRun(map, row, runs.start, runs.length);
 }
-OWN_KERNEL void ownTwistPlane_16u(const TwistMap& map, const TwistRow<uint16_t>& row) {
+OWN_WIDE_KERNEL void ownTwistPlane_16u(const TwistMap& map, const TwistRow<uint16_t>& row) {
     planeRun(map, row, 0, row.count);
 }
-OWN_KERNEL void ownTwistPlaneMask_16u(const TwistMap& map, const TwistRow<uint16_t>& row) {
+OWN_WIDE_KERNEL void ownTwistPlaneMask_16u(const TwistMap& map, const TwistRow<uint16_t>& row) {
     for (MaskRuns runs(row.mask, row.maskBit, row.count); runs.next();) planeRun(map, row, runs.start, runs.length);
 }
 
