@@ -300,8 +300,6 @@ class CompositeWalk {
 public:
     CompositeWalk(const CompositeArgs& args, Blocks& blocks, Size size, int32_t nColours, const TovImage* mask)
         : blocks_(blocks),
-          fetched_{channelLane<const T>(*args.srcImageA, 1), channelLane<const T>(*args.srcImageB, 1),
-                   channelLane<const T>(*args.dstImage, 1)},
           mask_(maskLane(mask)),
           size_(size),
           nColours_(nColours),
@@ -350,14 +348,7 @@ private:
         };
         if (mask_.first == nullptr) return cut(0, size_.width);
         const uint8_t* bits = mask_.first + y * mask_.rowStep;
-        for (MaskRuns runs(bits, mask_.bitOffset, size_.width); runs.next();) {
-            if (runs.length >= kLongRun && y + 1 < size_.height) fetchRow(runs.start, y + 1);
-            cut(runs.start, runs.length);
-        }
-    }
-
-    void fetchRow(int32_t x, int32_t y) const {
-        for (const Lane<const T>& lane : fetched_) prefetchStart(lane.row(0, y) + x * lane.pixelStep);
+        for (MaskRuns runs(bits, mask_.bitOffset, size_.width); runs.next();) cut(runs.start, runs.length);
     }
 
     static bool arePixels(const CompositeArgs& args) {
@@ -371,7 +362,6 @@ private:
     }
 
     Blocks& blocks_;
-    Lane<const T> fetched_[3];
     MaskLane mask_;
     Size size_;
     int32_t nColours_;
