@@ -34,7 +34,6 @@ TwistMap prepare(const TovColorTwist& cTwist, uint32_t depth, int32_t offset) {
     map.shift = cTwist.scalingValue & 31;
     const double factor = 1.0 / static_cast<double>(uint32_t{1} << map.shift);
     for (int32_t i = 0; i < 16; i++) map.m[i] = cTwist.data[i] * factor;
-    for (int32_t i = 0; i < 12; i++) map.data[i] = cTwist.data[i];
     setRange(map, largest, offset);
     // Where every sum has the same result there is no range to be inside of.
     const auto low = static_cast<float>(map.low);
@@ -44,7 +43,9 @@ TwistMap prepare(const TovColorTwist& cTwist, uint32_t depth, int32_t offset) {
     for (int32_t r = 0; r < 3; r++) {
         int64_t reach = 0;
         for (int32_t c = 0; c < 4; c++) {
-            const int64_t weight = map.data[4 * r + c];
+            int64_t weight = cTwist.data[4 * r + c];
+            if (c == 3) weight += map.offset * (int64_t{1} << map.shift);
+            map.data[4 * r + c] = static_cast<int32_t>(weight);
             reach += (weight < 0 ? -weight : weight) * (c < 3 ? largest : 1);
         }
         map.fits32 = map.fits32 && reach <= INT32_MAX;

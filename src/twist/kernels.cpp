@@ -22,9 +22,8 @@ struct IntegerChannel {
           w2(map.data[4 * channel + 2]),
           constant(map.data[4 * channel + 3]),
           shift(map.shift),
-          low(map.low),
-          high(map.high),
-          offset(map.offset) {}
+          low(map.low + map.offset),
+          high(map.high + map.offset) {}
 
     template <bool Clamp>
     OWN_INLINE int32_t at(int32_t x0, int32_t x1, int32_t x2) const {
@@ -33,11 +32,11 @@ struct IntegerChannel {
             value = value < low ? low : value;
             value = value > high ? high : value;
         }
-        return value + offset;
+        return value;
     }
 
     int32_t w0, w1, w2, constant;
-    int32_t shift, low, high, offset;
+    int32_t shift, low, high;
 };
 
 struct DoubleChannel {

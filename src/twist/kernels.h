@@ -14,7 +14,7 @@ namespace tov {
 // that is in range is the same as shifting its integer form down.
 struct TwistMap {
     double m[16];
-    int32_t data[12];
+    int32_t data[12]; // integer form of m; its constants have the offset in them, so limits are higher by it
     int32_t shift;
     int32_t low;    // whole parts below it become it
     int32_t high;   // whole parts above it become it
