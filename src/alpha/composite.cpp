@@ -14,7 +14,6 @@ namespace tov {
 namespace {
 
 constexpr int32_t kBlockSamples = 512;
-constexpr int32_t kNearestBlock = 1024; // pixels
 
 // The lanes of a call: colours with one plane per channel, alphas.
 template <class T>
@@ -179,43 +178,14 @@ public:
         const T* B = lanes_.B.row(0, at.y) + at.x * 4;
         T* out = lanes_.dst.row(0, at.y) + at.x * 4;
         if constexpr (sizeof(T) == 1) {
-            nearestPixels(A, B, out, count);
+            kNearestPixels_8u[premultiplied_ ? 1 : 0][type_](A, B, nearest_, count);
+            std::memcpy(out, nearest_, static_cast<size_t>(count) * 4);
         } else {
             literalPixels(A, B, out, count);
         }
     }
 
 private:
-    // Pixels in doubt are gathered, and worked literally many at a time.
-    void nearestPixels(const uint8_t* A, const uint8_t* B, uint8_t* out, int32_t count) {
-        constexpr int32_t nGroup = 16;
-        const auto nearest = kNearestPixels_8u[premultiplied_ ? 1 : 0][type_];
-        const bool doubtful = nearest(A, B, nearest_.pixels, nearest_.doubts, count);
-        int32_t n = 0;
-        for (int32_t i = 0; doubtful && i < count; i += nGroup) {
-            const int32_t end = smaller(i + nGroup, count);
-            uint32_t any = 0;
-            for (int32_t k = i; k < end; k++) any |= nearest_.doubts[k];
-            for (int32_t k = i; any != 0 && k < end; k++) {
-                nearest_.which[n] = k;
-                n += static_cast<int32_t>(nearest_.doubts[k]);
-            }
-        }
-        for (int32_t done = 0; done < n; done += kMost / 4) {
-            const int32_t* which = nearest_.which + done;
-            const int32_t part = smaller(n - done, kMost / 4);
-            for (int32_t k = 0; k < part; k++) {
-                std::memcpy(nearest_.A + 4 * k, A + ptrdiff_t{4} * which[k], 4);
-                std::memcpy(nearest_.B + 4 * k, B + ptrdiff_t{4} * which[k], 4);
-            }
-            literalPixels(nearest_.A, nearest_.B, nearest_.A, part);
-            for (int32_t k = 0; k < part; k++) {
-                std::memcpy(nearest_.pixels + ptrdiff_t{4} * which[k], nearest_.A + 4 * k, 4);
-            }
-        }
-        std::memcpy(out, nearest_.pixels, static_cast<size_t>(count) * 4);
-    }
-
     // The alpha samples of the colours' rows come to nothing; the alpha itself is worked pixel by pixel.
     void literalPixels(const T* A, const T* B, T* out, int32_t count) {
         const int32_t nSamples = count * 4;
@@ -237,14 +207,6 @@ private:
     }
 
     static constexpr int32_t kMost = kBlockSamples / 2;
-    struct Nearest {
-        uint8_t pixels[4 * kNearestBlock];
-        uint32_t doubts[kNearestBlock];
-        int32_t which[kNearestBlock + 1];
-        uint8_t A[kMost];
-        uint8_t B[kMost];
-    };
-
     const Lanes<T>& lanes_;
     const CompositeRows<T>& rows_;
     const DivideSamples<T>& samples_;
@@ -257,7 +219,7 @@ private:
     double A_[kMost];
     double B_[kMost];
     double C_[kMost];
-    Nearest nearest_;
+    uint8_t nearest_[4 * kNearestBlock];
 };
 
 // The bytes of an image's region, all channels.

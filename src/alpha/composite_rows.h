@@ -8,6 +8,7 @@ namespace tov {
 
 constexpr int32_t kOperators = 6;
 constexpr int32_t kPixelBlock = 384;
+constexpr int32_t kNearestBlock = 256;
 
 // Integer arithmetic on samples of type T, 8 or 16 bits unsigned. Rows of one call are the same or disjoint.
 //
@@ -49,10 +50,8 @@ struct DivideSamples {
     DivideLimits limits;
 };
 
-// The same on pixels of three 8-bit colours and alpha, in single precision. Where the result is true, a pixel whose
-// doubt isn't 0 must be worked by the rows above instead; otherwise there is no doubt.
-using NearestPixels = bool (*)(const uint8_t* pixelsA, const uint8_t* pixelsB, uint8_t* nearest, uint32_t* doubts,
-                               ptrdiff_t nPixels);
+// The same on pixels of three 8-bit colours and alpha, at most kNearestBlock, into memory of their own.
+using NearestPixels = void (*)(const uint8_t* pixelsA, const uint8_t* pixelsB, uint8_t* nearest, ptrdiff_t nPixels);
 // By premulAlpha and operator.
 extern const NearestPixels kNearestPixels_8u[2][kOperators];
 

@@ -1,36 +1,13 @@
 // The floating-point rows of alpha composition.
 #include "alpha/composite_rows.h"
+#include "alpha/divided.h"
 #include "kernel/kernel.h"
 
 namespace tov {
 
 namespace {
 
-// Colour and result alpha of each operator, evaluated as written: the order decides the last bits.
-struct Over {
-    OWN_INLINE static double colour(double A, double fa, double B, double) { return A + B * (1 - fa); }
-    OWN_INLINE static double alpha(double fa, double fb) { return (1 - fa) * fb + fa; }
-};
-struct In {
-    OWN_INLINE static double colour(double A, double, double, double fb) { return A * fb; }
-    OWN_INLINE static double alpha(double fa, double fb) { return fb * fa; }
-};
-struct Out {
-    OWN_INLINE static double colour(double A, double, double, double fb) { return A * (1 - fb); }
-    OWN_INLINE static double alpha(double fa, double fb) { return (1 - fb) * fa; }
-};
-struct Atop {
-    OWN_INLINE static double colour(double A, double fa, double B, double fb) { return A * fb + B * (1 - fa); }
-    OWN_INLINE static double alpha(double, double fb) { return fb; }
-};
-struct Xor {
-    OWN_INLINE static double colour(double A, double fa, double B, double fb) { return A * (1 - fb) + B * (1 - fa); }
-    OWN_INLINE static double alpha(double fa, double fb) { return (1 - fb) * fa + (1 - fa) * fb; }
-};
-struct Plus {
-    OWN_INLINE static double colour(double A, double, double B, double) { return A + B; }
-    OWN_INLINE static double alpha(double fa, double fb) { return fb + fa; }
-};
+using namespace divided;
 
 using Row = const double*;
 
@@ -42,9 +19,7 @@ OWN_INLINE void combineRow(Row A, Row fa, Row B, Row fb, const DivideLimits& lim
     for (ptrdiff_t i = 0; i < count; i++) {
         const double colour = Operator::colour(A[i], fa[i], B[i], fb[i]);
         const double alpha = Operator::alpha(fa[i], fb[i]);
-        const bool divides = alpha > eps;
-        const double plain = colour / (divides ? alpha : 1.0);
-        C[i] = divides && plain > largest ? largest : plain;
+        C[i] = quotientOf(colour, alpha, eps, largest);
     }
 }
 
@@ -61,17 +36,10 @@ OWN_INLINE void loadRow(const T* samples, double factor, double* row, ptrdiff_t 
     for (ptrdiff_t i = 0; i < count; i++) row[i] = static_cast<int32_t>(samples[i]) * factor;
 }
 
-// Behind the addition of 2^23 a single-precision number holds whole numbers only, so that storing it rounds to the
-// nearest one, ties to even; taking 2^23 off again is exact.
 template <class T>
 OWN_INLINE void storeRow(Row row, T* samples, ptrdiff_t count) {
-    constexpr int32_t largest = static_cast<T>(~T{0});
     OWN_EACH
-    for (ptrdiff_t i = 0; i < count; i++) {
-        const auto shifted = static_cast<float>(row[i] + 8388608.0);
-        const auto value = static_cast<int32_t>(shifted - 8388608.0F);
-        samples[i] = static_cast<T>(value > largest ? largest : value);
-    }
+    for (ptrdiff_t i = 0; i < count; i++) samples[i] = sampleOf<T>(row[i]);
 }
 
 OWN_KERNEL void ownDivideRowOver(Row A, Row fa, Row B, Row fb, const DivideLimits& limits, double* C, ptrdiff_t n) {
@@ -133,10 +101,7 @@ const DivideRows kDivideRows = {
     ownMultiplyRow,
 };
 
-// The constants of 8U are single-precision numbers, those of 16U double ones.
-const DivideSamples<uint8_t> kDivideSamples_8u = {
-    ownLoadRow_8u, ownStoreRow_8u, {0x1.010102p-8, 0x1.020306p-17, 255.0}};
-const DivideSamples<uint16_t> kDivideSamples_16u = {
-    ownLoadRow_16u, ownStoreRow_16u, {1.5259021896696422e-05, 1.1641887462193043e-10, 65535.0}};
+const DivideSamples<uint8_t> kDivideSamples_8u = {ownLoadRow_8u, ownStoreRow_8u, kLimits<uint8_t>};
+const DivideSamples<uint16_t> kDivideSamples_16u = {ownLoadRow_16u, ownStoreRow_16u, kLimits<uint16_t>};
 
 } // namespace tov

@@ -1,5 +1,6 @@
 // Pixels of composition with division in single precision, where that is proven to round to the same samples.
 #include "alpha/composite_rows.h"
+#include "alpha/divided.h"
 #include "kernel/kernel.h"
 #include "kernel/word.h"
 
@@ -39,6 +40,7 @@ enum class Halfway {
 
 // Each operator's factors of A1 and B1, and its result alpha.
 struct Over {
+    using Literal = divided::Over;
     static constexpr Halfway kHalfway[2] = {Halfway::Doubt, Halfway::Doubt};
     static constexpr bool kTakesB = true;
     OWN_INLINE static float ofA(float, float) { return 1.0F; }
@@ -46,6 +48,7 @@ struct Over {
     OWN_INLINE static float alpha(float fa, float na, float fb, float) { return fa + fb * na; }
 };
 struct In {
+    using Literal = divided::In;
     static constexpr Halfway kHalfway[2] = {Halfway::Down, Halfway::Down};
     static constexpr bool kTakesB = false;
     OWN_INLINE static float ofA(float fb, float) { return fb; }
@@ -53,6 +56,7 @@ struct In {
     OWN_INLINE static float alpha(float fa, float, float fb, float) { return fb * fa; }
 };
 struct Out {
+    using Literal = divided::Out;
     static constexpr Halfway kHalfway[2] = {Halfway::Down, Halfway::Down};
     static constexpr bool kTakesB = false;
     OWN_INLINE static float ofA(float, float nb) { return nb; }
@@ -60,6 +64,7 @@ struct Out {
     OWN_INLINE static float alpha(float fa, float, float, float nb) { return nb * fa; }
 };
 struct Atop {
+    using Literal = divided::Atop;
     static constexpr Halfway kHalfway[2] = {Halfway::Doubt, Halfway::Doubt};
     static constexpr bool kTakesB = true;
     OWN_INLINE static float ofA(float fb, float) { return fb; }
@@ -67,6 +72,7 @@ struct Atop {
     OWN_INLINE static float alpha(float, float, float fb, float) { return fb; }
 };
 struct Xor {
+    using Literal = divided::Xor;
     static constexpr Halfway kHalfway[2] = {Halfway::Doubt, Halfway::Doubt};
     static constexpr bool kTakesB = true;
     OWN_INLINE static float ofA(float, float nb) { return nb; }
@@ -74,6 +80,7 @@ struct Xor {
     OWN_INLINE static float alpha(float fa, float na, float fb, float nb) { return nb * fa + na * fb; }
 };
 struct Plus {
+    using Literal = divided::Plus;
     static constexpr Halfway kHalfway[2] = {Halfway::Even, Halfway::Down};
     static constexpr bool kTakesB = true;
     OWN_INLINE static float ofA(float, float) { return 1.0F; }
@@ -106,10 +113,9 @@ OWN_INLINE uint32_t byteOf(uint32_t onGrid) {
     return (onGrid >> kGridBits & UINT8_MAX) << (kFirstIsLow ? 8 * Place : 24 - 8 * Place);
 }
 
-// Returns whether there can be doubts; only then they are written.
+// The nearest pixels, and which of them are in doubt, where any can be.
 template <class Operator, bool Premultiplied>
-OWN_INLINE bool nearestPixels(const uint8_t* A, const uint8_t* B, uint8_t* nearest, uint32_t* doubts,
-                              ptrdiff_t nPixels) {
+OWN_INLINE void roundPixels(const uint8_t* A, const uint8_t* B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t nPixels) {
     constexpr Halfway at = Operator::kHalfway[Premultiplied ? 1 : 0];
     const Bytes4* pixelsA = reinterpret_cast<const Bytes4*>(A);
     const Bytes4* pixelsB = reinterpret_cast<const Bytes4*>(B);
@@ -140,46 +146,75 @@ OWN_INLINE bool nearestPixels(const uint8_t* A, const uint8_t* B, uint8_t* neare
             doubts[i] = smallerOf(smallerOf(partOf(c0), partOf(c1)), partOf(c2)) == 0 ? 1 : 0;
         }
     }
-    return at == Halfway::Doubt;
+}
+
+template <class Operator, bool Premultiplied>
+OWN_SHARED void literalPixel(const uint8_t* A, const uint8_t* B, uint8_t* nearest) {
+    using Literal = typename Operator::Literal;
+    const DivideLimits limits = divided::kLimits<uint8_t>;
+    const double fa = A[3] * limits.scale;
+    const double fb = B[3] * limits.scale;
+    const double alpha = Literal::alpha(fa, fb);
+    for (int32_t k = 0; k < 3; k++) {
+        const double colour =
+            Literal::colour(A[k] * (Premultiplied ? 1.0 : fa), fa, B[k] * (Premultiplied ? 1.0 : fb), fb);
+        nearest[k] = divided::sampleOf<uint8_t>(divided::quotientOf(colour, alpha, limits.eps, limits.largest));
+    }
+}
+
+template <class Operator, bool Premultiplied>
+OWN_INLINE void nearestPixels(const uint8_t* A, const uint8_t* B, uint8_t* nearest, ptrdiff_t nPixels) {
+    constexpr ptrdiff_t group = 16;
+    uint32_t doubts[kNearestBlock];
+    roundPixels<Operator, Premultiplied>(A, B, nearest, doubts, nPixels);
+    if (Operator::kHalfway[Premultiplied ? 1 : 0] != Halfway::Doubt) return;
+    for (ptrdiff_t i = 0; i < nPixels; i += group) {
+        const ptrdiff_t end = nPixels - i < group ? nPixels : i + group;
+        uint32_t any = 0;
+        for (ptrdiff_t k = i; k < end; k++) any |= doubts[k];
+        for (ptrdiff_t k = i; any != 0 && k < end; k++) {
+            if (doubts[k] != 0) literalPixel<Operator, Premultiplied>(A + 4 * k, B + 4 * k, nearest + 4 * k);
+        }
+    }
 }
 
 using Row = const uint8_t*;
 
-OWN_WIDE_KERNEL bool ownNearestOver_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    return nearestPixels<Over, true>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL void ownNearestOver_8u(Row A, Row B, uint8_t* nearest, ptrdiff_t n) {
+    nearestPixels<Over, true>(A, B, nearest, n);
 }
-OWN_WIDE_KERNEL bool ownNearestIn_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    return nearestPixels<In, true>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL void ownNearestIn_8u(Row A, Row B, uint8_t* nearest, ptrdiff_t n) {
+    nearestPixels<In, true>(A, B, nearest, n);
 }
-OWN_WIDE_KERNEL bool ownNearestOut_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    return nearestPixels<Out, true>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL void ownNearestOut_8u(Row A, Row B, uint8_t* nearest, ptrdiff_t n) {
+    nearestPixels<Out, true>(A, B, nearest, n);
 }
-OWN_WIDE_KERNEL bool ownNearestAtop_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    return nearestPixels<Atop, true>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL void ownNearestAtop_8u(Row A, Row B, uint8_t* nearest, ptrdiff_t n) {
+    nearestPixels<Atop, true>(A, B, nearest, n);
 }
-OWN_WIDE_KERNEL bool ownNearestXor_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    return nearestPixels<Xor, true>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL void ownNearestXor_8u(Row A, Row B, uint8_t* nearest, ptrdiff_t n) {
+    nearestPixels<Xor, true>(A, B, nearest, n);
 }
-OWN_WIDE_KERNEL bool ownNearestPlus_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    return nearestPixels<Plus, true>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL void ownNearestPlus_8u(Row A, Row B, uint8_t* nearest, ptrdiff_t n) {
+    nearestPixels<Plus, true>(A, B, nearest, n);
 }
-OWN_WIDE_KERNEL bool ownNearestPlainOver_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    return nearestPixels<Over, false>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL void ownNearestPlainOver_8u(Row A, Row B, uint8_t* nearest, ptrdiff_t n) {
+    nearestPixels<Over, false>(A, B, nearest, n);
 }
-OWN_WIDE_KERNEL bool ownNearestPlainIn_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    return nearestPixels<In, false>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL void ownNearestPlainIn_8u(Row A, Row B, uint8_t* nearest, ptrdiff_t n) {
+    nearestPixels<In, false>(A, B, nearest, n);
 }
-OWN_WIDE_KERNEL bool ownNearestPlainOut_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    return nearestPixels<Out, false>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL void ownNearestPlainOut_8u(Row A, Row B, uint8_t* nearest, ptrdiff_t n) {
+    nearestPixels<Out, false>(A, B, nearest, n);
 }
-OWN_WIDE_KERNEL bool ownNearestPlainAtop_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    return nearestPixels<Atop, false>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL void ownNearestPlainAtop_8u(Row A, Row B, uint8_t* nearest, ptrdiff_t n) {
+    nearestPixels<Atop, false>(A, B, nearest, n);
 }
-OWN_WIDE_KERNEL bool ownNearestPlainXor_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    return nearestPixels<Xor, false>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL void ownNearestPlainXor_8u(Row A, Row B, uint8_t* nearest, ptrdiff_t n) {
+    nearestPixels<Xor, false>(A, B, nearest, n);
 }
-OWN_WIDE_KERNEL bool ownNearestPlainPlus_8u(Row A, Row B, uint8_t* nearest, uint32_t* doubts, ptrdiff_t n) {
-    return nearestPixels<Plus, false>(A, B, nearest, doubts, n);
+OWN_WIDE_KERNEL void ownNearestPlainPlus_8u(Row A, Row B, uint8_t* nearest, ptrdiff_t n) {
+    nearestPixels<Plus, false>(A, B, nearest, n);
 }
 
 } // namespace
