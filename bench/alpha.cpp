@@ -18,18 +18,22 @@ constexpr const char* kOperatorNames[] = {"over", "in", "out", "atop", "xor", "p
 void addProducts(Items& items, Size size) {
     const std::string two = limit(items, Traffic::kTwoReads, size, 8);
     const std::string one = limit(items, Traffic::kOneRead, size, 8);
-    items
-        .add({"product 8U", size, pixels(size), "value",
-              inTurns<Trio>(size, {}, asTheyAre,
-                            [](const Trio& t) { tovMultiplyScale(t.a.get(), t.b.get(), t.dst.get()); })})
-        .limitedBy(two)
-        .aim(1.3, two);
-    items
-        .add({"scaled product 8U", size, pixels(size), "value",
-              inTurns<Pair>(size, {}, asTheyAre,
-                            [](const Pair& p) { tovMultiplySScale(p.src.get(), p.dst.get(), 200); })})
-        .limitedBy(one)
-        .aim(1.3, one);
+    Item& product =
+        items
+            .add({"product 8U", size, pixels(size), "value",
+                  inTurns<Trio>(size, {}, asTheyAre,
+                                [](const Trio& t) { tovMultiplyScale(t.a.get(), t.b.get(), t.dst.get()); })})
+            .limitedBy(two);
+    Item& scaled = items
+                       .add({"scaled product 8U", size, pixels(size), "value",
+                             inTurns<Pair>(size, {}, asTheyAre,
+                                           [](const Pair& p) { tovMultiplySScale(p.src.get(), p.dst.get(), 200); })})
+                       .limitedBy(one);
+    // In cache there is more to do than to move.
+    if (size == kOutOfCache) {
+        product.aim(1.3, two);
+        scaled.aim(1.3, one);
+    }
 }
 
 // Calls with the destination as B, as the peers work.
