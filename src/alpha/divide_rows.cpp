@@ -101,7 +101,7 @@ const DivideRows kDivideRows = {
     ownMultiplyRow,
 };
 
-const DivideSamples<uint8_t> kDivideSamples_8u = {ownLoadRow_8u, ownStoreRow_8u, kLimits<uint8_t>};
-const DivideSamples<uint16_t> kDivideSamples_16u = {ownLoadRow_16u, ownStoreRow_16u, kLimits<uint16_t>};
+const DivideSamples<uint8_t> kDivideSamples_8u = {ownLoadRow_8u, ownStoreRow_8u, kLimits_8u};
+const DivideSamples<uint16_t> kDivideSamples_16u = {ownLoadRow_16u, ownStoreRow_16u, kLimits_16u};
 
 } // namespace tov

@@ -51,11 +51,7 @@ OWN_INLINE T sampleOf(double value) {
 }
 
 // The constants of 8U are single-precision numbers, those of 16U double ones.
-template <class T>
-constexpr DivideLimits kLimits{};
-template <>
-constexpr DivideLimits kLimits<uint8_t>{0x1.010102p-8, 0x1.020306p-17, 255.0};
-template <>
-constexpr DivideLimits kLimits<uint16_t>{1.5259021896696422e-05, 1.1641887462193043e-10, 65535.0};
+constexpr DivideLimits kLimits_8u = {0x1.010102p-8, 0x1.020306p-17, 255.0};
+constexpr DivideLimits kLimits_16u = {1.5259021896696422e-05, 1.1641887462193043e-10, 65535.0};
 
 } // namespace tov::divided

@@ -151,7 +151,7 @@ OWN_INLINE void roundPixels(const uint8_t* A, const uint8_t* B, uint8_t* nearest
 template <class Operator, bool Premultiplied>
 OWN_SHARED void literalPixel(const uint8_t* A, const uint8_t* B, uint8_t* nearest) {
     using Literal = typename Operator::Literal;
-    const DivideLimits limits = divided::kLimits<uint8_t>;
+    const DivideLimits limits = divided::kLimits_8u;
     const double fa = A[3] * limits.scale;
     const double fb = B[3] * limits.scale;
     const double alpha = Literal::alpha(fa, fb);
