@@ -76,28 +76,18 @@ TEST(Mirror, RefusesInOrder) {
 }
 
 TEST(Mirror, ATileThatCannotBeHadEndsTheCall) {
-    const Sweep sweep = mirrorSweep();
-    for (uint64_t number = 0; number < 300 && !HasFailure(); ++number) {
-        const Case c = drawCase(number, sweep.family);
-        failEachTile(c, sweep, false, [](const TileEvent& failed) {
-            if (failed.mode == TOV_TILE_READ) return Reports{}; // the temporary can't be had
-            return Reports{{-2, "tovMirror", "Error get tile to write", "tovmirr"}};
-        });
-    }
+    failEachTile(mirrorSweep(), 300, false, [](const Case&, const TileEvent& failed) {
+        if (failed.mode == TOV_TILE_READ) return Reports{}; // the temporary can't be had
+        return Reports{{-2, "tovMirror", "Error get tile to write", "tovmirr"}};
+    });
 }
 
 TEST(Mirror, AnyBlockMayFail) {
-    const Sweep sweep = mirrorSweep();
-    int failures = 0;
-    for (uint64_t number = 0; number < 400 && !HasFatalFailure(); ++number) {
-        const Case c = drawCase(number, sweep.family);
-        failures += failEachBlock(c, sweep, [&](const Scene& scene, int) {
-            ASSERT_EQ(scene.status, TOV_STS_NO_MEMORY) << c;
-            ASSERT_EQ(scene.server.held(), 0u) << c;
-            ASSERT_TRUE(scene.reports.empty()) << c;
-        });
-    }
-    EXPECT_GT(failures, 50);
+    failEachBlock(mirrorSweep(), 400, 50, [](const Scene& scene, int) {
+        ASSERT_EQ(scene.status, TOV_STS_NO_MEMORY);
+        ASSERT_EQ(scene.server.held(), 0u);
+        ASSERT_TRUE(scene.reports.empty());
+    });
 }
 
 } // namespace

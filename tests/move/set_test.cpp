@@ -78,18 +78,14 @@ TEST(Set, AfterAnEarlierFailure) {
 }
 
 TEST(Set, EachTileFailsInTurn) {
-    const Sweep sweep = setSweep();
-    for (uint64_t number = 0; number < 300 && !HasFailure(); ++number) {
-        Case c = drawCase(number, sweep.family);
+    failEachTile(setSweep(), 300, false, [](const Case& c, const TileEvent&) {
         const bool bands = c.images[0].depth == TOV_DEPTH_1U && c.images[0].mask >= 0;
-        failEachTile(c, sweep, false, [&](const TileEvent&) {
-            if (!bands) return Reports{setReport(-2, "Error get tile to write")};
-            const bool sets = c.value > 0;
-            return Reports{{-5, sets ? "tovOr" : "tovAnd", "(dstImage->tileInfo->tileData == ((void*)(0)))",
-                            sets ? "tovor" : "tovand"},
-                           setReport(-1, "")};
-        });
-    }
+        if (!bands) return Reports{setReport(-2, "Error get tile to write")};
+        const bool sets = c.value > 0;
+        return Reports{{-5, sets ? "tovOr" : "tovAnd", "(dstImage->tileInfo->tileData == ((void*)(0)))",
+                        sets ? "tovor" : "tovand"},
+                       setReport(-1, "")};
+    });
 }
 
 } // namespace

@@ -160,29 +160,17 @@ TEST(Decimate, RefusesInOrder) {
 }
 
 TEST(Decimate, ATileThatCannotBeHadEndsTheCall) {
-    const Sweep sweep = decimateSweep();
-    for (uint64_t number = 0; number < 400 && !HasFailure(); ++number) {
-        const Case c = drawCase(number, sweep.family);
-        failEachTile(
-            c, sweep, false,
-            [](const TileEvent& failed) {
-                return Reports{report(-3, failed.mode == TOV_TILE_READ ? "srcImage->tileInfo->callBack crash"
-                                                                       : "dstImage->tileInfo->callBack crash")};
-            },
-            true);
-    }
+    const auto reportsOf = [](const Case&, const TileEvent& failed) {
+        return Reports{report(-3, failed.mode == TOV_TILE_READ ? "srcImage->tileInfo->callBack crash"
+                                                               : "dstImage->tileInfo->callBack crash")};
+    };
+    failEachTile(decimateSweep(), 400, false, reportsOf, true);
 }
 
 TEST(Decimate, AnyBlockMayFail) {
-    const Sweep sweep = decimateSweep();
-    int failures = 0;
-    for (uint64_t number = 0; number < 600 && !HasFatalFailure(); ++number) {
-        const Case c = drawCase(number, sweep.family);
-        failures += failEachBlock(c, sweep, [&](const Scene& scene, int) {
-            ASSERT_EQ(scene.reports, Reports{report(-3, "srcImage->tileInfo->callBack crash")}) << c;
-        });
-    }
-    EXPECT_GT(failures, 50);
+    failEachBlock(decimateSweep(), 600, 50, [](const Scene& scene, int) {
+        ASSERT_EQ(scene.reports, Reports{report(-3, "srcImage->tileInfo->callBack crash")});
+    });
 }
 
 } // namespace

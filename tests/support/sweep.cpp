@@ -128,18 +128,34 @@ void failEachTile(const Case& c, const Sweep& sweep, bool bands,
     }
 }
 
-int failEachBlock(const Case& c, const Sweep& sweep, const std::function<void(const Scene& scene, int n)>& check) {
-    for (int n = 1, blocks = n; !testing::Test::HasFatalFailure(); ++n) { // a call that stops has taken n
-        Scene scene(c);
-        scene.run([&](Scene& s) {
-            const MallocWatch watch(n);
-            sweep.product(s);
-            blocks = watch.count();
-        });
-        if (blocks < n) return n - 1;
-        check(scene, n);
+void failEachTile(const Sweep& sweep, uint64_t cases, bool bands,
+                  const std::function<Reports(const Case& c, const TileEvent& failed)>& reportsOf, bool keepsWritten) {
+    for (uint64_t number = 0; number < cases && !testing::Test::HasFailure(); ++number) {
+        const Case c = drawCase(number, sweep.family);
+        failEachTile(
+            c, sweep, bands, [&](const TileEvent& failed) { return reportsOf(c, failed); }, keepsWritten);
     }
-    return 0;
+}
+
+void failEachBlock(const Sweep& sweep, uint64_t cases, int atLeast,
+                   const std::function<void(const Scene& scene, int n)>& check) {
+    int failures = 0;
+    for (uint64_t number = 0; number < cases; ++number) {
+        const Case c = drawCase(number, sweep.family);
+        for (int n = 1, blocks = 0;; ++n) {
+            Scene scene(c);
+            scene.run([&](Scene& s) {
+                const MallocWatch watch(n);
+                sweep.product(s);
+                blocks = watch.count();
+            });
+            if (blocks < n) break; // a call that a failure ends has taken n
+            ++failures;
+            check(scene, n);
+            ASSERT_FALSE(testing::Test::HasFatalFailure()) << c << "\nblock " << n;
+        }
+    }
+    EXPECT_GE(failures, atLeast);
 }
 
 void expectRefusal(const Case& c, const std::function<void(Scene&)>& call, const Reports& reports) {

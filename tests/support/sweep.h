@@ -29,10 +29,16 @@ std::string compareCase(const Case& c, const Sweep& sweep, std::map<std::string,
 // the images. With keepsWritten, a tile that is held for writing while one to read fails stays held.
 void failEachTile(const Case& c, const Sweep& sweep, bool bands,
                   const std::function<Reports(const TileEvent& failed)>& reportsOf, bool keepsWritten = false);
+// The same for the first so many cases of a sweep.
+void failEachTile(const Sweep& sweep, uint64_t cases, bool bands,
+                  const std::function<Reports(const Case& c, const TileEvent& failed)>& reportsOf,
+                  bool keepsWritten = false);
 
-// Lets each block of memory that the product takes fail in turn, up to the first failure of the test, and has
-// check(scene, n) look at the call in which the n-th one did. Gives the number of those calls.
-int failEachBlock(const Case& c, const Sweep& sweep, const std::function<void(const Scene& scene, int n)>& check);
+// Lets each block of memory that the product takes fail in turn, in the first so many cases of a sweep and up to the
+// first failure of the test, and has check(scene, n) look at the call in which the n-th one did. There must be at least
+// so many of those calls.
+void failEachBlock(const Sweep& sweep, uint64_t cases, int atLeast,
+                   const std::function<void(const Scene& scene, int n)>& check);
 
 // The call must report exactly this, change nothing, ask for no tile, and leave the status of the reports' first
 // failure, or 0.
