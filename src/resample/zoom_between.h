@@ -1,0 +1,147 @@
+// The formulas of zooming between samples: the exact ones, and weighted sums in single precision that come near them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+#include "kernel/kernel.h"
+#include "resample/zoom.h"
+
+namespace tov {
+
+// The weights of the cubic through four samples, in Newton's form.
+struct Newton {
+    OWN_INLINE explicit Newton(float t)
+        : s(static_cast<float>(t + 1.0)),
+          b(static_cast<float>(0.5 * t * s)),
+          c(static_cast<float>((t - 1.0) * b * 0.33333334F)) {}
+
+    // Differences are rounded to single precision where they multiply.
+    OWN_INLINE double at(double v0, double v1, double v2, double v3) const {
+        const double d1 = v1 - v0;
+        const double d2 = v2 - v1 - d1;
+        const double d3 = v3 - 2 * v2 + v1 - d2;
+        return v0 + double{s} * static_cast<float>(d1) + double{b} * static_cast<float>(d2) +
+               double{c} * static_cast<float>(d3);
+    }
+
+    float s;
+    float b;
+    float c;
+};
+
+// Sums of bytes times weights are formed in single precision, across and down, and looked at as fixed-point numbers:
+// with kRoom added they lie between 1024 and 2048, where single precision has 13 bits behind the point, and the integer
+// part stands above those. A sum also gets a lift of kLift units of the last bit, g = 2^-13, which is at least
+// its distance from the exact value, plus 0.00001. Exact results are rounded down, where what lacks less than 0.00001
+// counts as a whole; so a sum whose fraction is 2 * kLift units or more has the exact result for its integer part. What
+// lies below that is a doubt.
+//
+// The bounds of the distance, in u = 2^-24 = g / 2048: a rounding to single precision costs u times the number, or 256
+// u up to 512; the sum with kRoom costs 1024 u; 0.00001 is 168 u.
+constexpr float kRoom = 1536;
+constexpr int32_t kRoomWhole = 0x22600; // the bits of kRoom above those behind the point
+constexpr int32_t kFractionBits = 13;
+
+template <int32_t N, class Product>
+OWN_INLINE float sumOf(Product product) {
+    if constexpr (N == 2) {
+        return product(0) + product(1);
+    } else {
+        return (product(0) + product(1)) + (product(2) + product(3));
+    }
+}
+
+// How rows are made and blended: from two samples on each axis, or from four.
+struct Linear {
+    using Weights = float;
+    using Word = uint16_t;
+    static constexpr int32_t kSamples = 2;
+    static constexpr int32_t kFirst = 0; // the first of them, from the index on
+    static constexpr int32_t kWeights = 1;
+
+    OWN_INLINE static void weights(float t, float* w, ptrdiff_t) { *w = t; }
+    template <class T>
+    OWN_INLINE static void across(const T* const* taps, const float* w, ptrdiff_t, float* d, ptrdiff_t count) {
+        const T* const v0 = taps[0];
+        const T* const v1 = taps[1];
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) d[i] = static_cast<float>(v0[i] + double{w[i]} * (v1[i] - v0[i]));
+    }
+    template <class T>
+    OWN_INLINE static T exact(const float* const* rows, float t, ptrdiff_t i) {
+        return static_cast<T>(ownRound(rows[0][i] * (1 - double{t}) + rows[1][i] * double{t}));
+    }
+
+    // What rounding leaves below 0 isn't limited but takes its low bits.
+    static constexpr bool kLimited = false;
+    // Values stay below 256. A sum's weights, products and addition cost 768 u, across and down; exact rows are rounded
+    // as well, by 256 u. With kRoom and 0.00001 that makes 2985 u.
+    static constexpr float kLift = 2;
+    static bool servesColumn(float t) { return t > -0.00002F && t <= 1; }
+    static bool servesRow(float t) { return servesColumn(t); }
+    OWN_INLINE static void nearWeights(float t, float* w, ptrdiff_t distance) {
+        w[0] = 1 - t;
+        w[distance] = t;
+    }
+};
+struct Cubic {
+    using Weights = Newton;
+    using Word = uint32_t;
+    static constexpr int32_t kSamples = 4;
+    static constexpr int32_t kFirst = -1;
+    static constexpr int32_t kWeights = 3;
+
+    OWN_INLINE static void weights(float t, float* w, ptrdiff_t distance) {
+        const Newton newton(t);
+        w[0] = newton.s;
+        w[distance] = newton.b;
+        w[2 * distance] = newton.c;
+    }
+    // Differences of samples are whole numbers, of which single precision loses nothing.
+    template <class T>
+    OWN_INLINE static void across(const T* const* taps, const float* w, ptrdiff_t distance, float* d, ptrdiff_t count) {
+        const T* const row[] = {taps[0], taps[1], taps[2], taps[3]};
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) {
+            const int32_t v0 = row[0][i];
+            const int32_t v1 = row[1][i];
+            const int32_t v2 = row[2][i];
+            const int32_t d1 = v1 - v0;
+            const int32_t d2 = v2 - v1 - d1;
+            const int32_t d3 = row[3][i] - 2 * v2 + v1 - d2;
+            const double line = v0 + double{w[i]} * d1;
+            d[i] = static_cast<float>(line + double{w[i + distance]} * d2 + double{w[i + 2 * distance]} * d3);
+        }
+    }
+    template <class T>
+    OWN_INLINE static T exact(const float* const* rows, const Newton& newton, ptrdiff_t i) {
+        constexpr int32_t most = std::numeric_limits<T>::max();
+        const int32_t value = ownRound(newton.at(rows[0][i], rows[1][i], rows[2][i], rows[3][i]));
+        const int32_t low = value > 0 ? value : 0;
+        return static_cast<T>(low < most ? low : most);
+    }
+
+    static constexpr bool kLimited = true;
+    // Across, with positions from -1 to 2, no weight is above 1.06 and their amounts make 1.64 at most: rows lie
+    // between -81 and 336. The weights' rounding costs 1020 u, products 418 u, additions 768 u, and 256 u what exact
+    // rows are rounded, in all 2462 u. Down, with positions from 0 to 1, amounts make 1.25: rows bring 3080 u, weights
+    // 700 u, products 420 u and additions 768 u. Exact results round differences of up to 416, 832 and 1664 as well,
+    // and multiply them by no more than 2, 1 and 0.065, which makes 1092 u. With kRoom and 0.00001 that makes 7252 u.
+    static constexpr float kLift = 4;
+    static bool servesColumn(float t) { return t > -1.00002F && t <= 2; }
+    static bool servesRow(float t) { return t > -0.00002F && t <= 1; }
+    OWN_INLINE static void nearWeights(float t, float* w, ptrdiff_t distance) {
+        const Newton newton(t);
+        const double s = newton.s;
+        const double b = newton.b;
+        const double c = newton.c;
+        w[0] = static_cast<float>(1 - s + b - c);
+        w[distance] = static_cast<float>(s - 2 * b + 3 * c);
+        w[2 * distance] = static_cast<float>(b - 3 * c);
+        w[3 * distance] = static_cast<float>(c);
+    }
+};
+
+} // namespace tov
