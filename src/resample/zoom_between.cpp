@@ -140,12 +140,16 @@ private:
     }
 
     OWN_INLINE void addAcross(const T* const* taps, const float* w, float* d, ptrdiff_t count) const {
-        const ptrdiff_t distance = distance_;
-        OWN_EACH
-        for (ptrdiff_t i = 0; i < count; i++) {
-            d[i] = sumOf<Mode::kSamples>(
-                [&](int32_t k) OWN_INLINE_LAMBDA { return w[k * distance + i] * static_cast<float>(taps[k][i]); });
+        const float* weights[Mode::kSamples];
+        const T* samples[Mode::kSamples];
+        for (int32_t k = 0; k < Mode::kSamples; k++) {
+            weights[k] = w + k * distance_;
+            samples[k] = taps[k];
         }
+        const auto product = [&](int32_t k, ptrdiff_t i)
+                                 OWN_INLINE_LAMBDA { return weights[k][i] * static_cast<float>(samples[k][i]); };
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) d[i] = sumOf<Mode::kSamples>(product, i);
     }
     OWN_INLINE static void tellFlat(const T* const* taps, uint8_t* d, ptrdiff_t count) {
         const T* const first = taps[0];
@@ -219,6 +223,61 @@ OWN_SHARED uint8_t exactly(const ZoomArgs& args, const Samples<uint8_t>& samples
     return Mode::template exact<uint8_t>(rows, typename Mode::Weights(args.rowFractions[y]), 0);
 }
 
+// A block of results of bytes from rows that are sums, weighted in units.
+template <class Mode>
+class Blend {
+public:
+    OWN_INLINE Blend(const float* const* rows, const uint8_t* const* flat, ptrdiff_t first, const float* weights) {
+        for (int32_t k = 0; k < Mode::kSamples; k++) {
+            rows_[k] = rows[k] + first;
+            flat_[k] = flat[k] + first;
+            weights_[k] = weights[k];
+        }
+    }
+
+    // False if there may be doubts.
+    OWN_INLINE bool round(uint8_t* d, ptrdiff_t count) const {
+        int32_t least = INT32_MAX;
+        for (ptrdiff_t i = 0; i < count; i++) {
+            const int32_t units = at(i);
+            const int32_t whole = units >> kUnitBits;
+            const int32_t low = Mode::kLimited && whole < 0 ? 0 : whole;
+            d[i] = static_cast<uint8_t>(Mode::kLimited && low > UINT8_MAX ? UINT8_MAX : low);
+            least = (units & kFraction) < least ? units & kFraction : least;
+        }
+        return least >= kDoubtful;
+    }
+
+    // Where all samples are the same, the result is, too: there is no doubt.
+    OWN_INLINE int32_t findDoubts(uint8_t* doubts, ptrdiff_t count) const {
+        constexpr int32_t last = Mode::kSamples - 1;
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) {
+            const int32_t near = (at(i) & kFraction) < kDoubtful ? 1 : 0;
+            const int32_t alike = (rows_[0][i] == rows_[1][i] ? 1 : 0) & (rows_[1][i] == rows_[last - 1][i] ? 1 : 0) &
+                                  (rows_[last - 1][i] == rows_[last][i] ? 1 : 0);
+            const int32_t flat = flat_[0][i] & flat_[1][i] & flat_[last - 1][i] & flat_[last][i];
+            doubts[i] = static_cast<uint8_t>(near & ~(alike & flat));
+        }
+        int32_t nDoubts = 0;
+        for (ptrdiff_t i = 0; i < count; i++) nDoubts += doubts[i];
+        return nDoubts;
+    }
+
+private:
+    static constexpr int32_t kFraction = (1 << kUnitBits) - 1;
+    static constexpr int32_t kDoubtful = 2 * (Mode::kLift - 1);
+
+    OWN_INLINE int32_t at(ptrdiff_t i) const {
+        const auto product = [this](int32_t k, ptrdiff_t n) OWN_INLINE_LAMBDA { return weights_[k] * rows_[k][n]; };
+        return static_cast<int32_t>(sumOf<Mode::kSamples>(product, i)) + Mode::kLift;
+    }
+
+    const float* rows_[Mode::kSamples];
+    const uint8_t* flat_[Mode::kSamples];
+    float weights_[Mode::kSamples];
+};
+
 // Zooms bytes by sums that come near the exact results, and forms again what these leave in doubt.
 template <class Mode>
 class NearZoom {
@@ -244,13 +303,13 @@ public:
         near_.fill(plane, first, rows, flat);
         float weights[Mode::kSamples];
         Mode::nearWeights(t, weights, 1);
+        for (float& weight : weights) weight *= 1 << kUnitBits;
         for (ptrdiff_t i = 0; i < values; i += kBlock) {
             const ptrdiff_t count = values - i < kBlock ? values - i : kBlock;
-            float sums[kBlock];
-            add(rows, i, weights, sums, count);
-            if (round(sums, d + i, count)) continue;
+            const Blend<Mode> blend(rows, flat, i, weights);
+            if (blend.round(d + i, count)) continue;
             uint8_t doubts[kBlock] = {};
-            const int32_t nDoubts = findDoubts(sums, rows, flat, i, doubts, count);
+            const int32_t nDoubts = blend.findDoubts(doubts, count);
             if (nDoubts > kBlock / 8) {
                 formExactly(plane, y, i, count, d + i);
             } else if (nDoubts != 0) {
@@ -268,55 +327,6 @@ private:
         blendExactly<Mode>(rows, args_.rowFractions[y], d, count);
     }
 
-    OWN_INLINE static void add(const float* const* rows, ptrdiff_t first, const float* w, float* sums,
-                               ptrdiff_t count) {
-        constexpr float room = kRoom + Mode::kLift / (1 << kFractionBits);
-        const float* row[Mode::kSamples];
-        for (int32_t k = 0; k < Mode::kSamples; k++) row[k] = rows[k] + first;
-        OWN_EACH
-        for (ptrdiff_t i = 0; i < count; i++) {
-            sums[i] = room + sumOf<Mode::kSamples>([&](int32_t k) OWN_INLINE_LAMBDA { return w[k] * row[k][i]; });
-        }
-    }
-
-    // False if there may be doubts.
-    OWN_INLINE static bool round(const float* sums, uint8_t* d, ptrdiff_t count) {
-        const Bytes4* bits = reinterpret_cast<const Bytes4*>(sums);
-        uint32_t least = UINT32_MAX;
-        for (ptrdiff_t i = 0; i < count; i++) {
-            const uint32_t fraction = bits[i] & kFractionMask;
-            least = fraction < least ? fraction : least;
-            const int32_t whole = static_cast<int32_t>(bits[i] >> kFractionBits) - kRoomWhole;
-            const int32_t low = Mode::kLimited && whole < 0 ? 0 : whole;
-            d[i] = static_cast<uint8_t>(Mode::kLimited && low > UINT8_MAX ? UINT8_MAX : low);
-        }
-        return least > kDoubtful;
-    }
-
-    // Where all samples are the same, the result is, too: there is no doubt.
-    OWN_INLINE static int32_t findDoubts(const float* sums, const float* const* rows, const uint8_t* const* flat,
-                                         ptrdiff_t first, uint8_t* doubts, ptrdiff_t count) {
-        constexpr int32_t last = Mode::kSamples - 1;
-        const Bytes4* bits = reinterpret_cast<const Bytes4*>(sums);
-        const float* row[Mode::kSamples];
-        const uint8_t* tells[Mode::kSamples];
-        for (int32_t k = 0; k < Mode::kSamples; k++) {
-            row[k] = rows[k] + first;
-            tells[k] = flat[k] + first;
-        }
-        OWN_EACH
-        for (ptrdiff_t i = 0; i < count; i++) {
-            const int32_t near = (bits[i] & kFractionMask) <= kDoubtful ? 1 : 0;
-            const int32_t same = (row[0][i] == row[1][i] ? 1 : 0) & (row[1][i] == row[last - 1][i] ? 1 : 0) &
-                                 (row[last - 1][i] == row[last][i] ? 1 : 0);
-            const int32_t flatAll = tells[0][i] & tells[1][i] & tells[last - 1][i] & tells[last][i];
-            doubts[i] = static_cast<uint8_t>(near & ~(same & flatAll));
-        }
-        int32_t nDoubts = 0;
-        for (ptrdiff_t i = 0; i < count; i++) nDoubts += doubts[i];
-        return nDoubts;
-    }
-
     OWN_INLINE void settle(int32_t plane, int32_t y, ptrdiff_t first, const uint8_t* doubts, uint8_t* d) const {
         for (ptrdiff_t k = 0; k < kBlock; k += 8) {
             uint64_t eight = 0;
@@ -327,9 +337,6 @@ private:
             }
         }
     }
-
-    static constexpr uint32_t kFractionMask = (1 << kFractionBits) - 1;
-    static constexpr uint32_t kDoubtful = 2 * static_cast<uint32_t>(Mode::kLift) - 1;
 
     const ZoomArgs& args_;
     const Samples<uint8_t> samples_;

@@ -31,25 +31,23 @@ struct Newton {
     float c;
 };
 
-// Sums of bytes times weights are formed in single precision, across and down, and looked at as fixed-point numbers:
-// with kRoom added they lie between 1024 and 2048, where single precision has 13 bits behind the point, and the integer
-// part stands above those. A sum also gets a lift of kLift units of the last bit, g = 2^-13, which is at least
-// its distance from the exact value, plus 0.00001. Exact results are rounded down, where what lacks less than 0.00001
-// counts as a whole; so a sum whose fraction is 2 * kLift units or more has the exact result for its integer part. What
-// lies below that is a doubt.
+// Bytes are zoomed by weighted sums in single precision, across and down, that come near the exact results. As a number
+// of units of 2^-16 with the fraction cut off, and kLift units more, a sum is never below the exact value and 0.00001:
+// kLift is at least its distance from the exact value, plus 1 for the cut and 0.66 for 0.00001. Exact results are
+// rounded down, where what lacks less than 0.00001 counts as a whole. So the whole part of a sum is the exact result,
+// unless the exact value is below that; then less than 2 * (kLift - 1) units are left behind the whole part. Such sums
+// are doubts.
 //
-// The bounds of the distance, in u = 2^-24 = g / 2048: a rounding to single precision costs u times the number, or 256
-// u up to 512; the sum with kRoom costs 1024 u; 0.00001 is 168 u.
-constexpr float kRoom = 1536;
-constexpr int32_t kRoomWhole = 0x22600; // the bits of kRoom above those behind the point
-constexpr int32_t kFractionBits = 13;
+// The bounds of the distance, in u = 2^-24, of which 256 make a unit: what a rounding to single precision costs is u /
+// 2 for numbers up to 1, u up to 2, 128 u up to 256 and 256 u up to 512, and no more than u times the number.
+constexpr int32_t kUnitBits = 16;
 
 template <int32_t N, class Product>
-OWN_INLINE float sumOf(Product product) {
+OWN_INLINE float sumOf(const Product& product, ptrdiff_t i) {
     if constexpr (N == 2) {
-        return product(0) + product(1);
+        return product(0, i) + product(1, i);
     } else {
-        return (product(0) + product(1)) + (product(2) + product(3));
+        return (product(0, i) + product(1, i)) + (product(2, i) + product(3, i));
     }
 }
 
@@ -76,9 +74,9 @@ struct Linear {
 
     // What rounding leaves below 0 isn't limited but takes its low bits.
     static constexpr bool kLimited = false;
-    // Values stay below 256. A sum's weights, products and addition cost 768 u, across and down; exact rows are rounded
-    // as well, by 256 u. With kRoom and 0.00001 that makes 2985 u.
-    static constexpr float kLift = 2;
+    // Values stay below 256. Weights cost 255 u in all, products 256 u and the addition 128 u, across and down; exact
+    // rows are rounded as well, which costs 128 u. That makes 5.5 units.
+    static constexpr int32_t kLift = 8;
     static bool servesColumn(float t) { return t > -0.00002F && t <= 1; }
     static bool servesRow(float t) { return servesColumn(t); }
     OWN_INLINE static void nearWeights(float t, float* w, ptrdiff_t distance) {
@@ -124,12 +122,13 @@ struct Cubic {
     }
 
     static constexpr bool kLimited = true;
-    // Across, with positions from -1 to 2, no weight is above 1.06 and their amounts make 1.64 at most: rows lie
-    // between -81 and 336. The weights' rounding costs 1020 u, products 418 u, additions 768 u, and 256 u what exact
-    // rows are rounded, in all 2462 u. Down, with positions from 0 to 1, amounts make 1.25: rows bring 3080 u, weights
-    // 700 u, products 420 u and additions 768 u. Exact results round differences of up to 416, 832 and 1664 as well,
-    // and multiply them by no more than 2, 1 and 0.065, which makes 1092 u. With kRoom and 0.00001 that makes 7252 u.
-    static constexpr float kLift = 4;
+    // Across, with positions from -1 to 2, one weight at most is above 1, by 0.06, and their amounts make 1.64: rows
+    // lie between -81 and 336. Weights cost 638 u, products 418 u, additions 768 u, and what exact rows are rounded 256
+    // u, in all 2080 u. Down, with positions from 0 to 1, amounts make 1.25, and those of the outer weights 0.065 each:
+    // rows bring 2600 u, weights 360 u, products 420 u and additions 768 u. Exact results round differences of up to
+    // 416, 832 and 1664 as well, and multiply them by no more than 2, 1 and 0.065, which makes 1092 u. That makes 20.5
+    // units.
+    static constexpr int32_t kLift = 23;
     static bool servesColumn(float t) { return t > -1.00002F && t <= 2; }
     static bool servesRow(float t) { return t > -0.00002F && t <= 1; }
     OWN_INLINE static void nearWeights(float t, float* w, ptrdiff_t distance) {
