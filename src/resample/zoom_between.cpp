@@ -8,7 +8,7 @@ namespace tov {
 namespace {
 
 // Values that are worked at once along a row.
-constexpr int32_t kBlock = 256;
+constexpr int32_t kBlock = 128;
 
 // The samples that a row's pixels lie between, for each place around their positions side by side.
 template <class T, class Mode>
@@ -227,7 +227,9 @@ OWN_SHARED uint8_t exactly(const ZoomArgs& args, const Samples<uint8_t>& samples
 template <class Mode>
 class Blend {
 public:
-    OWN_INLINE Blend(const float* const* rows, const uint8_t* const* flat, ptrdiff_t first, const float* weights) {
+    OWN_INLINE Blend(const float* const* rows, const uint8_t* const* flat, ptrdiff_t first, const float* weights,
+                     int32_t lift)
+        : lift_(lift) {
         for (int32_t k = 0; k < Mode::kSamples; k++) {
             rows_[k] = rows[k] + first;
             flat_[k] = flat[k] + first;
@@ -245,7 +247,7 @@ public:
             d[i] = static_cast<uint8_t>(Mode::kLimited && low > UINT8_MAX ? UINT8_MAX : low);
             least = (units & kFraction) < least ? units & kFraction : least;
         }
-        return least >= kDoubtful;
+        return least >= doubtful();
     }
 
     // Where all samples are the same, the result is, too: there is no doubt.
@@ -253,7 +255,7 @@ public:
         constexpr int32_t last = Mode::kSamples - 1;
         OWN_EACH
         for (ptrdiff_t i = 0; i < count; i++) {
-            const int32_t near = (at(i) & kFraction) < kDoubtful ? 1 : 0;
+            const int32_t near = (at(i) & kFraction) < doubtful() ? 1 : 0;
             const int32_t alike = (rows_[0][i] == rows_[1][i] ? 1 : 0) & (rows_[1][i] == rows_[last - 1][i] ? 1 : 0) &
                                   (rows_[last - 1][i] == rows_[last][i] ? 1 : 0);
             const int32_t flat = flat_[0][i] & flat_[1][i] & flat_[last - 1][i] & flat_[last][i];
@@ -266,16 +268,17 @@ public:
 
 private:
     static constexpr int32_t kFraction = (1 << kUnitBits) - 1;
-    static constexpr int32_t kDoubtful = 2 * (Mode::kLift - 1);
 
+    OWN_INLINE int32_t doubtful() const { return 2 * (lift_ - 1); }
     OWN_INLINE int32_t at(ptrdiff_t i) const {
         const auto product = [this](int32_t k, ptrdiff_t n) OWN_INLINE_LAMBDA { return weights_[k] * rows_[k][n]; };
-        return static_cast<int32_t>(sumOf<Mode::kSamples>(product, i)) + Mode::kLift;
+        return static_cast<int32_t>(sumOf<Mode::kSamples>(product, i)) + lift_;
     }
 
     const float* rows_[Mode::kSamples];
     const uint8_t* flat_[Mode::kSamples];
     float weights_[Mode::kSamples];
+    int32_t lift_;
 };
 
 // Zooms bytes by sums that come near the exact results, and forms again what these leave in doubt.
@@ -288,7 +291,7 @@ public:
           taps_(args, samples_),
           near_(args, samples_, taps_),
           exact_(args, samples_, taps_) {
-        for (int32_t i = 0; i < args.size.width; i++) served_ = served_ && Mode::servesColumn(args.columnFractions[i]);
+        for (int32_t i = 0; i < args.size.width; i++) served_ = served_ && Mode::serves(args.columnFractions[i]);
     }
     bool complete() const { return taps_.complete() && near_.complete() && exact_.complete(); }
     const Samples<uint8_t>& samples() const { return samples_; }
@@ -296,7 +299,7 @@ public:
     OWN_INLINE void row(int32_t plane, int32_t y, uint8_t* d) {
         const float t = args_.rowFractions[y];
         const ptrdiff_t values = samples_.values();
-        if (!served_ || !Mode::servesRow(t)) return formExactly(plane, y, 0, values, d);
+        if (!served_ || !Mode::serves(t)) return formExactly(plane, y, 0, values, d);
         const int32_t first = args_.rows[y] + Mode::kFirst;
         const float* rows[Mode::kSamples];
         const uint8_t* flat[Mode::kSamples];
@@ -306,7 +309,7 @@ public:
         for (float& weight : weights) weight *= 1 << kUnitBits;
         for (ptrdiff_t i = 0; i < values; i += kBlock) {
             const ptrdiff_t count = values - i < kBlock ? values - i : kBlock;
-            const Blend<Mode> blend(rows, flat, i, weights);
+            const Blend<Mode> blend(rows, flat, i, weights, Mode::lift(t));
             if (blend.round(d + i, count)) continue;
             uint8_t doubts[kBlock] = {};
             const int32_t nDoubts = blend.findDoubts(doubts, count);

@@ -33,9 +33,9 @@ struct Newton {
 
 // Bytes are zoomed by weighted sums in single precision, across and down, that come near the exact results. As a number
 // of units of 2^-16 with the fraction cut off, and kLift units more, a sum is never below the exact value and 0.00001:
-// kLift is at least its distance from the exact value, plus 1 for the cut and 0.66 for 0.00001. Exact results are
+// the lift is at least its distance from the exact value, plus 1 for the cut and 0.66 for 0.00001. Exact results are
 // rounded down, where what lacks less than 0.00001 counts as a whole. So the whole part of a sum is the exact result,
-// unless the exact value is below that; then less than 2 * (kLift - 1) units are left behind the whole part. Such sums
+// unless the exact value is below that; then less than 2 * (lift - 1) units are left behind the whole part. Such sums
 // are doubts.
 //
 // The bounds of the distance, in u = 2^-24, of which 256 make a unit: what a rounding to single precision costs is u /
@@ -76,9 +76,8 @@ struct Linear {
     static constexpr bool kLimited = false;
     // Values stay below 256. Weights cost 255 u in all, products 256 u and the addition 128 u, across and down; exact
     // rows are rounded as well, which costs 128 u. That makes 5.5 units.
-    static constexpr int32_t kLift = 8;
-    static bool servesColumn(float t) { return t > -0.00002F && t <= 1; }
-    static bool servesRow(float t) { return servesColumn(t); }
+    static int32_t lift(float) { return 8; }
+    static bool serves(float t) { return t > -0.00002F && t <= 1; }
     OWN_INLINE static void nearWeights(float t, float* w, ptrdiff_t distance) {
         w[0] = 1 - t;
         w[distance] = t;
@@ -122,15 +121,15 @@ struct Cubic {
     }
 
     static constexpr bool kLimited = true;
-    // Across, with positions from -1 to 2, one weight at most is above 1, by 0.06, and their amounts make 1.64: rows
-    // lie between -81 and 336. Weights cost 638 u, products 418 u, additions 768 u, and what exact rows are rounded 256
-    // u, in all 2080 u. Down, with positions from 0 to 1, amounts make 1.25, and those of the outer weights 0.065 each:
-    // rows bring 2600 u, weights 360 u, products 420 u and additions 768 u. Exact results round differences of up to
-    // 416, 832 and 1664 as well, and multiply them by no more than 2, 1 and 0.065, which makes 1092 u. That makes 20.5
-    // units.
-    static constexpr int32_t kLift = 23;
-    static bool servesColumn(float t) { return t > -1.00002F && t <= 2; }
-    static bool servesRow(float t) { return t > -0.00002F && t <= 1; }
+    // With positions from -1 to 2, one weight at most is above 1, by 0.06, and their amounts make 1.64. So across rows
+    // lie between -81 and 336; weights cost 638 u, products 418 u, additions 768 u, and what exact rows are rounded 256
+    // u, in all 2080 u. Down, rows bring 3412 u, weights 840 u, products 552 u and additions 1536 u. Exact results
+    // round differences of up to 417, 834 and 1668 as well, and multiply them by no more than 3, 3 and 1, which makes
+    // 3328 u. That is 37.8 units. With positions from 0 to 1, which most rows have, amounts make 1.25, those of the
+    // outer weights 0.065 each, and Newton's weights are no more than 2, 1 and 0.065: 2600 u, 360 u, 420 u, 768 u and
+    // 1092 u make 20.5 units.
+    static int32_t lift(float t) { return t > -0.00002F && t <= 1 ? 23 : 40; }
+    static bool serves(float t) { return t > -1.00002F && t <= 2; }
     OWN_INLINE static void nearWeights(float t, float* w, ptrdiff_t distance) {
         const Newton newton(t);
         const double s = newton.s;
