@@ -109,7 +109,7 @@ public:
     }
 
 private:
-    static constexpr int32_t kWeights = Near ? Mode::kSamples : Mode::kWeights;
+    static constexpr int32_t kWeights = Near ? Mode::kNearWeights : Mode::kWeights;
 
     void begin() {
         begun_ = true;
@@ -131,7 +131,7 @@ private:
             const ptrdiff_t count = ptrdiff_t{nPixels} * samples_.nValues;
             float* d = values_.get() + place + first;
             if constexpr (Near) {
-                addAcross(taps, weights_.get() + first, d, count);
+                Mode::nearAcross(taps, weights_.get() + first, distance_, d, count);
                 tellFlat(taps, flat_.get() + place + first, count);
             } else {
                 Mode::across(taps, weights_.get() + first, distance_, d, count);
@@ -139,18 +139,6 @@ private:
         }
     }
 
-    OWN_INLINE void addAcross(const T* const* taps, const float* w, float* d, ptrdiff_t count) const {
-        const float* weights[Mode::kSamples];
-        const T* samples[Mode::kSamples];
-        for (int32_t k = 0; k < Mode::kSamples; k++) {
-            weights[k] = w + k * distance_;
-            samples[k] = taps[k];
-        }
-        const auto product = [&](int32_t k, ptrdiff_t i)
-                                 OWN_INLINE_LAMBDA { return weights[k][i] * static_cast<float>(samples[k][i]); };
-        OWN_EACH
-        for (ptrdiff_t i = 0; i < count; i++) d[i] = sumOf<Mode::kSamples>(product, i);
-    }
     OWN_INLINE static void tellFlat(const T* const* taps, uint8_t* d, ptrdiff_t count) {
         const T* const first = taps[0];
         const T* const second = taps[1];
@@ -291,7 +279,11 @@ public:
           taps_(args, samples_),
           near_(args, samples_, taps_),
           exact_(args, samples_, taps_) {
-        for (int32_t i = 0; i < args.size.width; i++) served_ = served_ && Mode::serves(args.columnFractions[i]);
+        for (int32_t i = 0; i < args.size.width; i++) {
+            const float t = args.columnFractions[i];
+            served_ = served_ && Mode::serves(t);
+            short_ = short_ && served_ && isShort<Mode>(t);
+        }
     }
     bool complete() const { return taps_.complete() && near_.complete() && exact_.complete(); }
     const Samples<uint8_t>& samples() const { return samples_; }
@@ -305,23 +297,23 @@ public:
         const uint8_t* flat[Mode::kSamples];
         near_.fill(plane, first, rows, flat);
         float weights[Mode::kSamples];
-        Mode::nearWeights(t, weights, 1);
+        Mode::sumWeights(t, weights, 1);
         for (float& weight : weights) weight *= 1 << kUnitBits;
+        const int32_t lift = short_ && isShort<Mode>(t) ? 0 : Mode::lift(t);
         for (ptrdiff_t i = 0; i < values; i += kBlock) {
             const ptrdiff_t count = values - i < kBlock ? values - i : kBlock;
-            const Blend<Mode> blend(rows, flat, i, weights, Mode::lift(t));
+            const Blend<Mode> blend(rows, flat, i, weights, lift);
             if (blend.round(d + i, count)) continue;
             uint8_t doubts[kBlock] = {};
             const int32_t nDoubts = blend.findDoubts(doubts, count);
-            if (nDoubts > kBlock / 8) {
-                formExactly(plane, y, i, count, d + i);
-            } else if (nDoubts != 0) {
-                settle(plane, y, i, doubts, d + i);
-            }
+            if (nDoubts > kFew) return formExactly(plane, y, i, values - i, d + i);
+            if (nDoubts != 0) settle(plane, y, i, doubts, d + i);
         }
     }
 
 private:
+    static constexpr int32_t kFew = kBlock / 32; // doubts that cost less than exact rows
+
     OWN_INLINE void formExactly(int32_t plane, int32_t y, ptrdiff_t i, ptrdiff_t count, uint8_t* d) {
         const float* rows[Mode::kSamples];
         const uint8_t* flat[Mode::kSamples];
@@ -347,6 +339,7 @@ private:
     RowBuffers<uint8_t, Mode, true> near_;
     RowBuffers<uint8_t, Mode, false> exact_; // filled where they are needed
     bool served_ = true;
+    bool short_ = true; // all weights of columns are
 };
 
 template <class Mode>

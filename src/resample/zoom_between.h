@@ -32,15 +32,26 @@ struct Newton {
 };
 
 // Bytes are zoomed by weighted sums in single precision, across and down, that come near the exact results. As a number
-// of units of 2^-16 with the fraction cut off, and kLift units more, a sum is never below the exact value and 0.00001:
+// of units of 2^-16 with the fraction cut off, and lift() units more, a sum is never below the exact value and 0.00001:
 // the lift is at least its distance from the exact value, plus 1 for the cut and 0.66 for 0.00001. Exact results are
 // rounded down, where what lacks less than 0.00001 counts as a whole. So the whole part of a sum is the exact result,
 // unless the exact value is below that; then less than 2 * (lift - 1) units are left behind the whole part. Such sums
-// are doubts.
+// are doubts. Below 0 the cut goes up, but not beyond 0.
 //
 // The bounds of the distance, in u = 2^-24, of which 256 make a unit: what a rounding to single precision costs is u /
 // 2 for numbers up to 1, u up to 2, 128 u up to 256 and 256 u up to 512, and no more than u times the number.
 constexpr int32_t kUnitBits = 16;
+
+// Whether the weights at a position are multiples of 2^-7. Where all are, on both axes, nothing is ever rounded: rows
+// are multiples of 2^-7 and results of 2^-14, below 1024. Their sums need no lift.
+template <class Mode>
+OWN_INLINE bool isShort(float t) {
+    float w[Mode::kWeights];
+    Mode::weights(t, w, 1);
+    bool all = true;
+    for (const float weight : w) all = all && weight * 128 == static_cast<float>(static_cast<int32_t>(weight * 128));
+    return all;
+}
 
 template <int32_t N, class Product>
 OWN_INLINE float sumOf(const Product& product, ptrdiff_t i) {
@@ -74,11 +85,23 @@ struct Linear {
 
     // What rounding leaves below 0 isn't limited but takes its low bits.
     static constexpr bool kLimited = false;
-    // Values stay below 256. Weights cost 255 u in all, products 256 u and the addition 128 u, across and down; exact
-    // rows are rounded as well, which costs 128 u. That makes 5.5 units.
-    static int32_t lift(float) { return 8; }
+    // Values stay below 256, and differences of samples are whole numbers. Across, products and additions cost 128 u
+    // each, and exact rows are rounded as well, by 128 u. Down, weights cost 255 u in all, products 256 u and the
+    // addition 128 u. That makes 4 units.
+    static int32_t lift(float) { return 6; }
     static bool serves(float t) { return t > -0.00002F && t <= 1; }
-    OWN_INLINE static void nearWeights(float t, float* w, ptrdiff_t distance) {
+    static constexpr int32_t kNearWeights = 1;
+    OWN_INLINE static void nearWeights(float t, float* w, ptrdiff_t) { *w = t; }
+    OWN_INLINE static void nearAcross(const uint8_t* const* taps, const float* w, ptrdiff_t, float* d,
+                                      ptrdiff_t count) {
+        const uint8_t* const v0 = taps[0];
+        const uint8_t* const v1 = taps[1];
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) {
+            d[i] = static_cast<float>(v0[i]) + w[i] * static_cast<float>(v1[i] - v0[i]);
+        }
+    }
+    OWN_INLINE static void sumWeights(float t, float* w, ptrdiff_t distance) {
         w[0] = 1 - t;
         w[distance] = t;
     }
@@ -126,11 +149,11 @@ struct Cubic {
     // u, in all 2080 u. Down, rows bring 3412 u, weights 840 u, products 552 u and additions 1536 u. Exact results
     // round differences of up to 417, 834 and 1668 as well, and multiply them by no more than 3, 3 and 1, which makes
     // 3328 u. That is 37.8 units. With positions from 0 to 1, which most rows have, amounts make 1.25, those of the
-    // outer weights 0.065 each, and Newton's weights are no more than 2, 1 and 0.065: 2600 u, 360 u, 420 u, 768 u and
-    // 1092 u make 20.5 units.
+    // outer weights 0.065 each, and Newton's weights are no more than 2, 1 and 0.065: 2600 u, 380 u, 420 u, 768 u and
+    // 1092 u make 20.6 units.
     static int32_t lift(float t) { return t > -0.00002F && t <= 1 ? 23 : 40; }
     static bool serves(float t) { return t > -1.00002F && t <= 2; }
-    OWN_INLINE static void nearWeights(float t, float* w, ptrdiff_t distance) {
+    OWN_INLINE static void sumWeights(float t, float* w, ptrdiff_t distance) {
         const Newton newton(t);
         const double s = newton.s;
         const double b = newton.b;
@@ -139,6 +162,15 @@ struct Cubic {
         w[distance] = static_cast<float>(s - 2 * b + 3 * c);
         w[2 * distance] = static_cast<float>(b - 3 * c);
         w[3 * distance] = static_cast<float>(c);
+    }
+    static constexpr int32_t kNearWeights = 4;
+    OWN_INLINE static void nearWeights(float t, float* w, ptrdiff_t distance) { sumWeights(t, w, distance); }
+    OWN_INLINE static void nearAcross(const uint8_t* const* taps, const float* w, ptrdiff_t distance, float* d,
+                                      ptrdiff_t count) {
+        const auto product = [&](int32_t k, ptrdiff_t i)
+                                 OWN_INLINE_LAMBDA { return w[k * distance + i] * static_cast<float>(taps[k][i]); };
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) d[i] = sumOf<4>(product, i);
     }
 };
 
