@@ -17,21 +17,17 @@ public:
     OWN_INLINE Taps(const ZoomArgs& args, const Samples<T>& samples)
         : args_(args),
           samples_(samples),
-          pairs_(pairsIn(args.columns, args.size.width)),
+          pairs_(pairsOf(args, samples)),
           most_(samples.nValues < kBlock ? kBlock / samples.nValues : 1),
-          twice_(static_cast<size_t>(pairs_.count + 2 * Mode::kSamples) * static_cast<size_t>(samples.nValues)),
+          twice_((static_cast<size_t>(pairs_.count) + 2 * Mode::kSamples) * static_cast<size_t>(samples.nValues)),
           gathered_(static_cast<size_t>(kBlock + samples.nValues) * Mode::kSamples) {}
     bool complete() const { return twice_ && gathered_; }
 
     OWN_INLINE void begin(int32_t plane, int32_t y) {
         row_ = samples_.src.row(plane, y) + Mode::kFirst * samples_.src.pixelStep;
         if (pairs_.count == 0) return;
-        const ptrdiff_t pixelBytes = samples_.nValues * ptrdiff_t{sizeof(T)};
-        const T* from = row_ + args_.columns[pairs_.first] * samples_.src.pixelStep;
-        if (samples_.src.pixelStep != samples_.nValues ||
-            !takePairs(pixelBytes, from, twice_.get(), pairs_.count / 2 + Mode::kSamples - 1)) {
-            pairs_ = {0, 0};
-        }
+        takePairs(samples_.nValues * ptrdiff_t{sizeof(T)}, row_ + args_.columns[pairs_.first] * samples_.src.pixelStep,
+                  twice_.get(), pairs_.count / 2 + Mode::kSamples - 1);
     }
 
     // Points taps[] at the samples of pixels from the i-th on, and tells of how many.
@@ -88,15 +84,14 @@ public:
         : args_(args),
           samples_(samples),
           taps_(taps),
-          distance_(((samples.values() + 15) & -16) + 16),
+          distance_(((samples.values() + 15) & -16) | 16),
           weights_(static_cast<size_t>(distance_) * kWeights),
           values_(static_cast<size_t>(distance_) * Mode::kSamples),
           flat_(Near ? static_cast<size_t>(distance_) * Mode::kSamples : 0) {}
     bool complete() const { return weights_ && values_ && flat_; }
 
-    // Points rows[] at the buffers of the rows from `first` on, and flat[] at what tells of values whose samples are
-    // all the same.
-    OWN_INLINE void fill(int32_t plane, int32_t first, const float** rows, const uint8_t** flat) {
+    // Points rows[] at the buffers of the rows from `first` on.
+    OWN_INLINE void fill(int32_t plane, int32_t first, const float** rows) {
         if (!begun_) begin();
         for (int32_t i = 0; i < Mode::kSamples; i++) {
             const int32_t y = first + i;
@@ -104,9 +99,10 @@ public:
             if (held_[slot].plane != plane || held_[slot].row != y) stretch(plane, y, slot * distance_);
             held_[slot] = {plane, y};
             rows[i] = values_.get() + slot * distance_;
-            flat[i] = flat_.get() + slot * distance_;
         }
     }
+    // The values of a row, filled with Near, whose samples are all the same.
+    const uint8_t* flat(int32_t y) const { return flat_.get() + (y & (Mode::kSamples - 1)) * distance_; }
 
 private:
     static constexpr int32_t kWeights = Near ? Mode::kNearWeights : Mode::kWeights;
@@ -159,7 +155,7 @@ private:
     const Samples<T>& samples_;
     Taps<T, Mode>& taps_;
     bool begun_ = false;
-    ptrdiff_t distance_; // from row to row: never a power of two, at which they would crowd each other out of the cache
+    ptrdiff_t distance_; // from row to row; an odd multiple of 16, lest rows meet in the same places of the cache
     AlignedBlock<float> weights_;
     AlignedBlock<float> values_;
     AlignedBlock<uint8_t> flat_;
@@ -183,8 +179,7 @@ OWN_INLINE bool zoomExactly(const ZoomArgs& args) {
     if (!taps.complete() || !buffers.complete()) return false;
     return eachRow(samples, [&](int32_t plane, int32_t y, T* d) OWN_INLINE_LAMBDA {
         const float* rows[Mode::kSamples];
-        const uint8_t* flat[Mode::kSamples];
-        buffers.fill(plane, args.rows[y] + Mode::kFirst, rows, flat);
+        buffers.fill(plane, args.rows[y] + Mode::kFirst, rows);
         blendExactly<Mode>(rows, args.rowFractions[y], d, samples.values());
     });
 }
@@ -294,8 +289,9 @@ public:
         if (!served_ || !Mode::serves(t)) return formExactly(plane, y, 0, values, d);
         const int32_t first = args_.rows[y] + Mode::kFirst;
         const float* rows[Mode::kSamples];
+        near_.fill(plane, first, rows);
         const uint8_t* flat[Mode::kSamples];
-        near_.fill(plane, first, rows, flat);
+        for (int32_t k = 0; k < Mode::kSamples; k++) flat[k] = near_.flat(first + k);
         float weights[Mode::kSamples];
         Mode::sumWeights(t, weights, 1);
         for (float& weight : weights) weight *= 1 << kUnitBits;
@@ -316,8 +312,7 @@ private:
 
     OWN_INLINE void formExactly(int32_t plane, int32_t y, ptrdiff_t i, ptrdiff_t count, uint8_t* d) {
         const float* rows[Mode::kSamples];
-        const uint8_t* flat[Mode::kSamples];
-        exact_.fill(plane, args_.rows[y] + Mode::kFirst, rows, flat);
+        exact_.fill(plane, args_.rows[y] + Mode::kFirst, rows);
         for (const float*& row : rows) row += i;
         blendExactly<Mode>(rows, args_.rowFractions[y], d, count);
     }

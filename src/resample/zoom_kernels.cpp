@@ -9,7 +9,7 @@ namespace {
 template <class T>
 OWN_INLINE bool zoomNearest(const ZoomArgs& args) {
     const Samples<T> samples(args);
-    const Pairs pairs = pairsIn(args.columns, samples.size.width);
+    const Pairs pairs = pairsOf(args, samples);
     const ptrdiff_t n = samples.nValues;
     const ptrdiff_t step = samples.src.pixelStep;
     const T* made = nullptr;
@@ -21,10 +21,9 @@ OWN_INLINE bool zoomNearest(const ZoomArgs& args) {
                 gatherAny(samples.nValues, row, step, args.columns + first, count, d + first * n);
             };
             take(0, pairs.first);
-            const T* from = row + args.columns[pairs.first] * step;
-            int32_t done = pairs.first;
-            if (step == n && takePairs(n * ptrdiff_t{sizeof(T)}, from, d + done * n, pairs.count / 2))
-                done += pairs.count;
+            takePairs(n * ptrdiff_t{sizeof(T)}, row + args.columns[pairs.first] * step, d + pairs.first * n,
+                      pairs.count / 2);
+            const int32_t done = pairs.first + pairs.count;
             take(done, samples.size.width - done);
         } else if (made != d) {
             std::memcpy(d, made, static_cast<size_t>(samples.values()) * sizeof(T));

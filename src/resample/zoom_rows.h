@@ -92,14 +92,19 @@ OWN_INLINE void gatherAny(int32_t nValues, const T* row, ptrdiff_t step, const i
     }
 }
 
-// Takes the pixels of a row, which lie side by side, twice each. False for pixels that have no loop for this.
-OWN_INLINE bool takePairs(ptrdiff_t pixelBytes, const void* from, void* to, ptrdiff_t nPairs) {
+// The pairs in a call's columns, none where pixels have no loop for them: that takes pixels side by side, of no more
+// than four bytes.
+template <class T>
+Pairs pairsOf(const ZoomArgs& args, const Samples<T>& samples) {
+    const bool served = samples.src.pixelStep == samples.nValues && samples.nValues * sizeof(T) <= 4;
+    return served ? pairsIn(args.columns, args.size.width) : Pairs{0, 0};
+}
+OWN_INLINE void takePairs(ptrdiff_t pixelBytes, const void* from, void* to, ptrdiff_t nPairs) {
     switch (pixelBytes) {
-    case 1: takeTwice<1>(from, to, nPairs); return true;
-    case 2: takeTwice<2>(from, to, nPairs); return true;
-    case 3: takeTwice<3>(from, to, nPairs); return true;
-    case 4: takeTwice<4>(from, to, nPairs); return true;
-    default: return false;
+    case 1: return takeTwice<1>(from, to, nPairs);
+    case 2: return takeTwice<2>(from, to, nPairs);
+    case 3: return takeTwice<3>(from, to, nPairs);
+    default: return takeTwice<4>(from, to, nPairs);
     }
 }
 
