@@ -35,20 +35,19 @@ public:
         const int32_t beyond = i - pairs_.first;
         const ptrdiff_t nValues = samples_.nValues;
         if (beyond >= 0 && beyond < pairs_.count) {
-            for (int32_t k = 0; k < Mode::kSamples; k++) taps[k] = twice_.get() + (beyond + 2 * k) * nValues;
+            for (ptrdiff_t k = 0; k < Mode::kSamples; k++) taps[k] = twice_.get() + (beyond + 2 * k) * nValues;
             return pairs_.count - beyond;
         }
         const int32_t count = smaller(most_, (beyond < 0 ? pairs_.first : args_.size.width) - i);
         const ptrdiff_t step = samples_.src.pixelStep;
-        for (int32_t k = 0; k < Mode::kSamples; k++) taps[k] = gathered_.get() + k * most_ * nValues;
-        if (sizeof(T) == 1 && step == 1) {
-            takeWords(args_.columns + i, count);
-            return count;
+        for (ptrdiff_t k = 0; k < Mode::kSamples; k++) {
+            T* gathered = gathered_.get() + k * most_ * nValues;
+            if (sizeof(T) != 1 || step != 1) {
+                gatherAny(samples_.nValues, row_ + k * step, step, args_.columns + i, count, gathered);
+            }
+            taps[k] = gathered;
         }
-        for (int32_t k = 0; k < Mode::kSamples; k++) {
-            gatherAny(samples_.nValues, row_ + k * step, step, args_.columns + i, count,
-                      gathered_.get() + k * most_ * nValues);
-        }
+        if (sizeof(T) == 1 && step == 1) takeWords(args_.columns + i, count);
         return count;
     }
 
@@ -59,7 +58,7 @@ private:
         Word words[kBlock];
         for (int32_t i = 0; i < count; i++) std::memcpy(words + i, row_ + columns[i], sizeof words[0]);
         for (int32_t k = 0; k < Mode::kSamples; k++) {
-            T* d = gathered_.get() + k * most_;
+            T* d = gathered_.get() + ptrdiff_t{k} * most_;
             const int32_t shift = 8 * (kFirstIsLow ? k : Mode::kSamples - 1 - k);
             OWN_EACH
             for (int32_t i = 0; i < count; i++) d[i] = static_cast<T>(words[i] >> shift & UINT8_MAX);
@@ -203,7 +202,8 @@ OWN_SHARED uint8_t exactly(const ZoomArgs& args, const Samples<uint8_t>& samples
         Mode::across(taps, weights, 1, values + k, 1);
         rows[k] = values + k;
     }
-    return Mode::template exact<uint8_t>(rows, typename Mode::Weights(args.rowFractions[y]), 0);
+    const typename Mode::Weights down(args.rowFractions[y]);
+    return Mode::template exact<uint8_t>(rows, down, 0);
 }
 
 // A block of results of bytes from rows that are sums, weighted in units.
@@ -334,7 +334,7 @@ private:
     RowBuffers<uint8_t, Mode, true> near_;
     RowBuffers<uint8_t, Mode, false> exact_; // filled where they are needed
     bool served_ = true;
-    bool short_ = true; // all weights of columns are
+    bool short_ = true; // whether the weights of all columns are
 };
 
 template <class Mode>
