@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "kernel/word.h"
 
@@ -24,13 +25,25 @@ struct AnyBytes<4> {
     using Type = Bytes4;
 };
 
-// How many of the columns come before each of the others stands twice in a row, 0 or 1; -1 where that isn't so.
-inline int32_t beforePairs(const int32_t* columns, int32_t count) {
-    const int32_t before = count > 1 && columns[0] != columns[1] ? 1 : 0;
-    for (int32_t i = before; i < count; i++) {
-        if (columns[i] != columns[before] + (i - before) / 2) return -1;
+// A part of a row in which each column of the source stands twice.
+struct Pairs {
+    int32_t first;
+    int32_t count; // an even number
+};
+
+// The pairs around the middle of a table of columns. Few are none: tables without such a rule have some as well.
+inline Pairs pairsIn(const int32_t* columns, int32_t count) {
+    constexpr int32_t few = 32;
+    int32_t first = count / 2;
+    if (first > 0 && columns[first - 1] == columns[first]) first--;
+    int32_t end = first;
+    while (end + 1 < count && columns[end] == columns[first] + (end - first) / 2 && columns[end + 1] == columns[end]) {
+        end += 2;
     }
-    return before;
+    while (first > 1 && columns[first - 1] == columns[first] - 1 && columns[first - 2] == columns[first - 1]) {
+        first -= 2;
+    }
+    return end - first < few ? Pairs{0, 0} : Pairs{first, end - first};
 }
 
 // Takes the pixels of a row twice each, Bytes bytes at a time.
@@ -44,6 +57,20 @@ OWN_INLINE void takeTwice(const void* from, void* to, ptrdiff_t nPairs) {
         d[2 * i] = s[i];
         d[2 * i + 1] = s[i];
     }
+}
+
+// The same for pixels of three bytes, each but the last by four bytes, whose fourth is written over.
+template <>
+OWN_INLINE void takeTwice<3>(const void* from, void* to, ptrdiff_t nPairs) {
+    const uint8_t* s = static_cast<const uint8_t*>(from);
+    uint8_t* d = static_cast<uint8_t*>(to);
+    for (ptrdiff_t i = 0; i + 1 < nPairs; i++, s += 3, d += 6) {
+        std::memcpy(d, s, 4);
+        std::memcpy(d + 3, s, 4);
+    }
+    if (nPairs == 0) return;
+    std::memcpy(d, s, 3);
+    std::memcpy(d + 3, s, 3);
 }
 
 // Takes every other pixel of a row, Bytes bytes at a time.

@@ -76,5 +76,7 @@ struct ZoomArgs {
 };
 // Runs the kernel for a mode and the images' depth. False when memory for rows can't be had.
 bool ownZoomRows(const ZoomArgs& args, int32_t mode);
+// The same for the modes that interpolate.
+bool ownZoomBetween(const ZoomArgs& args, int32_t mode);
 
 } // namespace tov
