@@ -18,8 +18,9 @@ OWN_INLINE void pick(const uint8_t* s, ptrdiff_t step, uint8_t* d, ptrdiff_t dSt
 
 OWN_INLINE uint8_t roundedUp(uint8_t a, uint8_t b) { return static_cast<uint8_t>((a + b + 1) >> 1); }
 
-// The mean of four, rounded, from means of two, which processors have: where both a mean of the first step and that of
-// the second were rounded up, they have risen by one too much.
+// The mean of four, rounded, from means of two, which processors have. With e and f of 0 or 1, p + q is 2 x - e and r +
+// s is 2 y - f. Half of e + f is lost beside whole numbers unless both are 1, so that the mean is x + y + 1 - (e | f),
+// halved and rounded down. That lacks 1 to the mean of x and y where e | f is 1 and x + y is odd.
 OWN_INLINE uint8_t meanOf(uint8_t p, uint8_t q, uint8_t r, uint8_t s) {
     const uint8_t x = roundedUp(p, q);
     const uint8_t y = roundedUp(r, s);

@@ -114,6 +114,7 @@ OWN_INLINE bool gatherPairs(int32_t nValues, const T* row, ptrdiff_t step, int32
     return true;
 }
 
+// Pairs are taken anew for each row, which is quicker than to read back the row before. Other rows are copied.
 template <class T>
 OWN_INLINE bool zoomNearest(const ZoomArgs& args) {
     const Samples<T> samples(args);
@@ -121,15 +122,17 @@ OWN_INLINE bool zoomNearest(const ZoomArgs& args) {
     const auto rowBytes = static_cast<size_t>(samples.values()) * sizeof(T);
     const T* made = nullptr;
     return eachRow(samples, [&](int32_t plane, int32_t y, T* d) OWN_INLINE_LAMBDA {
+        const T* row = samples.src.row(plane, args.rows[y]);
+        const ptrdiff_t step = samples.src.pixelStep;
         const bool again = y > 0 && args.rows[y] == args.rows[y - 1];
-        if (!again) {
-            const T* row = samples.src.row(plane, args.rows[y]);
-            const ptrdiff_t step = samples.src.pixelStep;
-            if (!gatherPairs(samples.nValues, row, step, before, args.columns, samples.size.width, d)) {
+        if (again && made == d) return;
+        if (rowBytes >= kLongRow && y + 1 < samples.size.height) prefetchStart(samples.dst.row(plane, y + 1));
+        if (!gatherPairs(samples.nValues, row, step, before, args.columns, samples.size.width, d)) {
+            if (again) {
+                std::memcpy(d, made, rowBytes);
+            } else {
                 gatherAny(samples.nValues, row, step, args.columns, samples.size.width, d);
             }
-        } else if (made != d) {
-            std::memcpy(d, made, rowBytes);
         }
         made = d;
     });
