@@ -27,14 +27,15 @@
 #define OWN_SHARED inline
 #endif
 
-// Asks for `Bytes` bytes of memory that are needed soon, from an address on, or with a Step of -1 from one down. An
+// Asks for `Bytes` bytes of memory that are needed soon, from an address up, or with a step of -64 from one down. An
 // address that isn't there does no harm.
-template <int Bytes, int Step = 1>
-OWN_INLINE void prefetch(const void* address) {
+template <int Bytes>
+OWN_INLINE void prefetch(const void* address, int step = 64) {
 #if defined(__GNUC__)
-    for (int i = 0; i < Bytes; i += 64) __builtin_prefetch(static_cast<const char*>(address) + Step * i);
+    for (int i = 0; i < (Bytes + 63) / 64; i++) __builtin_prefetch(static_cast<const char*>(address) + i * step);
 #else
     static_cast<void>(address);
+    static_cast<void>(step);
 #endif
 }
 

@@ -7,6 +7,7 @@
 #include "core/memory.h"
 #include "kernel/bitrows.h"
 #include "kernel/walk.h"
+#include "kernel/word.h"
 
 namespace tov {
 
@@ -71,67 +72,101 @@ OWN_INLINE void putWord(uint8_t* bytes, uint64_t word) {
     for (int32_t i = 0; i < 8; i++) bytes[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
 }
 
-// Pixels of three values backwards: apart into planes, block by block, and together from their ends.
-template <class T>
-OWN_INLINE void reverseTriples(const T* s, T* d, ptrdiff_t count) {
-    constexpr ptrdiff_t block = 256;
-    T planes[3][block];
-    for (ptrdiff_t done = 0; done < count; done += block) {
-        const ptrdiff_t n = count - done < block ? count - done : block;
-        const T* from = s - 3 * (count - 1 - done);
-        T* to = d + 3 * (count - done - n);
-        OWN_EACH
-        for (ptrdiff_t i = 0; i < n; i++) {
-            planes[0][i] = from[3 * i];
-            planes[1][i] = from[3 * i + 1];
-            planes[2][i] = from[3 * i + 2];
-        }
-        OWN_EACH
-        for (ptrdiff_t i = 0; i < n; i++) {
-            to[3 * i] = planes[0][n - 1 - i];
-            to[3 * i + 1] = planes[1][n - 1 - i];
-            to[3 * i + 2] = planes[2][n - 1 - i];
-        }
+// The source's row that is moved next. It is asked for while a row is moved, in the order of the rows: from its first
+// byte up, or with a step of -1 from its last byte down. The processor goes on by itself where addresses follow one
+// another from row to row, and begins anew where they jump, as those of rows from below and of pixels from behind do.
+struct NextRow {
+    template <ptrdiff_t Bytes>
+    OWN_INLINE void fetch(ptrdiff_t from) const {
+        if (first != nullptr) prefetch<Bytes>(first + from * step, 64 * step);
     }
+    const uint8_t* first = nullptr;
+    int32_t step = 1;
+};
+
+// Cuts `count` items of a row into blocks and a rest, which isn't empty: part(first, count, is the rest).
+template <ptrdiff_t Block, ptrdiff_t ItemBytes, class Part>
+OWN_INLINE void inBlocks(ptrdiff_t count, const NextRow& next, Part part) {
+    ptrdiff_t i = 0;
+    for (; i + Block < count; i += Block) {
+        next.fetch<Block * ItemBytes>(i * ItemBytes);
+        part(i, Block, false);
+    }
+    next.fetch<Block * ItemBytes>(i * ItemBytes);
+    part(i, count - i, true);
+}
+
+// Pixels of three values backwards: apart into planes, and together from their ends.
+template <class T>
+OWN_INLINE void reverseTriples(const T* s, T* d, ptrdiff_t count, const NextRow& next) {
+    constexpr ptrdiff_t block = 64;
+    T planes[3][block];
+    inBlocks<block, 3 * sizeof(T)>(count, next, [&](ptrdiff_t i, ptrdiff_t n, bool) OWN_INLINE_LAMBDA {
+        const T* from = s - 3 * (i + n - 1);
+        T* to = d + 3 * i;
+        OWN_EACH
+        for (ptrdiff_t k = 0; k < n; k++) {
+            planes[0][k] = from[3 * k];
+            planes[1][k] = from[3 * k + 1];
+            planes[2][k] = from[3 * k + 2];
+        }
+        OWN_EACH
+        for (ptrdiff_t k = 0; k < n; k++) {
+            to[3 * k] = planes[0][n - 1 - k];
+            to[3 * k + 1] = planes[1][n - 1 - k];
+            to[3 * k + 2] = planes[2][n - 1 - k];
+        }
+    });
 }
 
 // The same for bytes, five pixels at a time: of 16 bytes, which are shuffled at once, one belongs to the next pixel and
 // is written again with that.
-OWN_INLINE void reverseTriples(const uint8_t* s, uint8_t* d, ptrdiff_t count) {
+OWN_INLINE void reverseTriples(const uint8_t* s, uint8_t* d, ptrdiff_t count, const NextRow& next) {
     const uint8_t* end = s + 3;
-    ptrdiff_t done = 0;
-    for (; done + 6 <= count; done += 5) {
-        uint8_t in[16];
-        uint8_t out[16];
-        std::memcpy(in, end - 3 * (done + 5) - 1, sizeof in);
-        out[0] = in[13], out[1] = in[14], out[2] = in[15];
-        out[3] = in[10], out[4] = in[11], out[5] = in[12];
-        out[6] = in[7], out[7] = in[8], out[8] = in[9];
-        out[9] = in[4], out[10] = in[5], out[11] = in[6];
-        out[12] = in[1], out[13] = in[2], out[14] = in[3];
-        out[15] = in[0];
-        std::memcpy(d + 3 * done, out, sizeof out);
-    }
-    for (; done < count; done++) {
-        for (ptrdiff_t c = 0; c < 3; c++) d[3 * done + c] = end[c - 3 * (done + 1)];
-    }
+    inBlocks<40, 3>(count, next, [&](ptrdiff_t first, ptrdiff_t n, bool isRest) OWN_INLINE_LAMBDA {
+        ptrdiff_t i = first;
+        for (; i + (isRest ? 6 : 5) <= first + n; i += 5) {
+            uint8_t in[16];
+            uint8_t out[16];
+            std::memcpy(in, end - 3 * (i + 5) - 1, sizeof in);
+            out[0] = in[13], out[1] = in[14], out[2] = in[15];
+            out[3] = in[10], out[4] = in[11], out[5] = in[12];
+            out[6] = in[7], out[7] = in[8], out[8] = in[9];
+            out[9] = in[4], out[10] = in[5], out[11] = in[6];
+            out[12] = in[1], out[13] = in[2], out[14] = in[3];
+            out[15] = in[0];
+            std::memcpy(d + 3 * i, out, sizeof out);
+        }
+        for (; i < first + n; i++) {
+            for (ptrdiff_t c = 0; c < 3; c++) d[3 * i + c] = end[c - 3 * (i + 1)];
+        }
+    });
 }
 
 // Pixels of four bytes backwards, at any address.
-OWN_INLINE void reverseWords(const uint8_t* s, uint8_t* d, ptrdiff_t count) {
-    const uint8_t* from = s - 4 * (count - 1);
-    OWN_EACH
-    for (ptrdiff_t i = 0; i < count; i++) {
-        uint32_t pixel = 0;
-        std::memcpy(&pixel, from + 4 * (count - 1 - i), sizeof pixel);
-        std::memcpy(d + 4 * i, &pixel, sizeof pixel);
-    }
+OWN_INLINE void reverseWords(const uint8_t* s, uint8_t* d, ptrdiff_t count, const NextRow& next) {
+    inBlocks<32, 4>(count, next, [&](ptrdiff_t i, ptrdiff_t n, bool) OWN_INLINE_LAMBDA {
+        const Bytes4* from = reinterpret_cast<const Bytes4*>(s - 4 * (i + n - 1));
+        Bytes4* to = reinterpret_cast<Bytes4*>(d + 4 * i);
+        OWN_EACH
+        for (ptrdiff_t k = 0; k < n; k++) to[k] = from[n - 1 - k];
+    });
 }
 
 template <class T>
-OWN_INLINE void reverseDense(const T* s, T* d, ptrdiff_t count) {
-    OWN_EACH
-    for (ptrdiff_t i = 0; i < count; i++) d[i] = s[-i];
+OWN_INLINE void reverseDense(const T* s, T* d, ptrdiff_t count, const NextRow& next) {
+    inBlocks<128 / sizeof(T), sizeof(T)>(count, next, [&](ptrdiff_t i, ptrdiff_t n, bool) OWN_INLINE_LAMBDA {
+        OWN_EACH
+        for (ptrdiff_t k = i; k < i + n; k++) d[k] = s[-k];
+    });
+}
+
+OWN_INLINE void copyBytes(const void* from, void* to, ptrdiff_t count, const NextRow& next) {
+    const auto* s = static_cast<const uint8_t*>(from);
+    auto* d = static_cast<uint8_t*>(to);
+    inBlocks<128, 1>(count, next, [&](ptrdiff_t i, ptrdiff_t n, bool) OWN_INLINE_LAMBDA {
+        std::memcpy(d + i, s + i, static_cast<size_t>(n));
+    });
 }
 
 // One value after the other; s is the first destination pixel's source, sStep is negative where columns are reversed.
@@ -146,18 +181,18 @@ OWN_SHARED void moveInOrder(const T* s, ptrdiff_t sStep, T* d, ptrdiff_t dStep, 
 template <class T>
 struct Mover {
     // `count` pixels; the source's go backwards with `reverse`. free says that source and destination don't meet.
-    OWN_INLINE void move(const T* s, T* d, ptrdiff_t count, bool reverse) const {
+    OWN_INLINE void move(const T* s, T* d, ptrdiff_t count, bool reverse, const NextRow& next = {}) const {
         const bool whole = free && sStep == nValues && dStep == nValues;
         if (!whole) {
             moveInOrder(s, reverse ? -sStep : sStep, d, dStep, count, nValues);
         } else if (!reverse) {
-            std::memcpy(d, s, static_cast<size_t>(count * nValues) * sizeof(T));
+            copyBytes(s, d, count * nValues * ptrdiff_t{sizeof(T)}, next);
         } else if (nValues == 1) {
-            reverseDense(s, d, count);
+            reverseDense(s, d, count, next);
         } else if (nValues == 3) {
-            reverseTriples(s, d, count);
+            reverseTriples(s, d, count, next);
         } else if (sizeof(T) == 1 && nValues == 4) {
-            reverseWords(reinterpret_cast<const uint8_t*>(s), reinterpret_cast<uint8_t*>(d), count);
+            reverseWords(reinterpret_cast<const uint8_t*>(s), reinterpret_cast<uint8_t*>(d), count, next);
         } else {
             moveInOrder(s, -sStep, d, dStep, count, nValues);
         }
@@ -191,6 +226,7 @@ OWN_INLINE void mirrorRows(const MirrorMasks& masks, const Flip& flip, const Spa
                            const Lane<T>& dst) {
     const bool free = !overlapsElsewhere(footprintOf(dst, span), footprintOf(src, span)) && src.first != dst.first;
     const Mover<T> mover = {src.pixelStep, dst.pixelStep, span.nValues, free};
+    const ptrdiff_t rowBytes = span.width * src.pixelStep * ptrdiff_t{sizeof(T)};
     for (int32_t plane = 0; plane < span.nPlanes; plane++) {
         for (int32_t y = 0; y < span.height; y++) {
             const T* s = src.row(plane, flip.sourceRow(y));
@@ -198,7 +234,10 @@ OWN_INLINE void mirrorRows(const MirrorMasks& masks, const Flip& flip, const Spa
             if (masks.any()) {
                 moveMaskedRow(mover, flip, masks, y, s, d);
             } else {
-                mover.move(s + flip.sourceColumn(0) * mover.sStep, d, span.width, flip.columns);
+                const auto* next =
+                    reinterpret_cast<const uint8_t*>(src.row(plane, flip.sourceRow(y + 1 < span.height ? y + 1 : y)));
+                const NextRow nextRow = {flip.rows ? next + rowBytes - 1 : next, flip.rows ? -1 : 1};
+                mover.move(s + flip.sourceColumn(0) * mover.sStep, d, span.width, flip.columns, nextRow);
             }
         }
     }
