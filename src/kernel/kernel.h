@@ -27,15 +27,13 @@
 #define OWN_SHARED inline
 #endif
 
-// Asks for `Bytes` bytes of memory that are needed soon, from an address up, or with a step of -64 from one down. An
-// address that isn't there does no harm.
+// Asks for `Bytes` bytes of memory that are needed soon. An address that isn't there does no harm.
 template <int Bytes>
-OWN_INLINE void prefetch(const void* address, int step = 64) {
+OWN_INLINE void prefetch(const void* address) {
 #if defined(__GNUC__)
-    for (int i = 0; i < (Bytes + 63) / 64; i++) __builtin_prefetch(static_cast<const char*>(address) + i * step);
+    for (int i = 0; i < Bytes; i += 64) __builtin_prefetch(static_cast<const char*>(address) + i);
 #else
     static_cast<void>(address);
-    static_cast<void>(step);
 #endif
 }
 

@@ -16,6 +16,9 @@ namespace {
 // Pixels whose masks are looked at at once.
 constexpr int32_t kMaskBlock = 512;
 
+// Bytes of a row from which on it pays to ask for the next one.
+constexpr ptrdiff_t kLongRow = 2048;
+
 OWN_INLINE uint64_t reversedBits(uint64_t word) {
     word = (word >> 1 & UINT64_C(0x5555555555555555)) | (word & UINT64_C(0x5555555555555555)) << 1;
     word = (word >> 2 & UINT64_C(0x3333333333333333)) | (word & UINT64_C(0x3333333333333333)) << 2;
@@ -72,202 +75,254 @@ OWN_INLINE void putWord(uint8_t* bytes, uint64_t word) {
     for (int32_t i = 0; i < 8; i++) bytes[i] = static_cast<uint8_t>(word >> (56 - 8 * i));
 }
 
-// The source's row that is moved next. It is asked for while a row is moved, in the order of the rows: from its first
-// byte up, or with a step of -1 from its last byte down. The processor goes on by itself where addresses follow one
-// another from row to row, and begins anew where they jump, as those of rows from below and of pixels from behind do.
-struct NextRow {
-    template <ptrdiff_t Bytes>
-    OWN_INLINE void fetch(ptrdiff_t from) const {
-        if (first != nullptr) prefetch<Bytes>(first + from * step, 64 * step);
-    }
-    const uint8_t* first = nullptr;
-    int32_t step = 1;
+// Rows of neighbouring pixels that don't meet their source: the source of the first row's first pixel and that pixel,
+// and the distances to the next rows in bytes.
+struct Run {
+    const uint8_t* s;
+    ptrdiff_t sStep;
+    uint8_t* d;
+    ptrdiff_t dStep;
+    ptrdiff_t count; // in each row, as a kernel counts
+    ptrdiff_t nRows;
+    // Where addresses jump from row to row, as they do where either columns or rows are reversed, the processor begins
+    // anew with each row to fetch ahead. It goes on by itself when the next row is asked for while this one is moved,
+    // in the order of the rows: upwards where columns are reversed, downwards where rows are.
+    bool jumps;
 };
 
-// Cuts `count` items of a row into blocks and a rest, which isn't empty: part(first, count, is the rest).
-template <ptrdiff_t Block, ptrdiff_t ItemBytes, class Part>
-OWN_INLINE void inBlocks(ptrdiff_t count, const NextRow& next, Part part) {
-    ptrdiff_t i = 0;
-    for (; i + Block < count; i += Block) {
-        next.fetch<Block * ItemBytes>(i * ItemBytes);
-        part(i, Block, false);
+// Calls row(source, destination, the source's next row) for each row; the next row is null where it isn't asked for.
+template <class Row>
+OWN_INLINE void eachRow(const Run& run, Row row) {
+    const uint8_t* s = run.s;
+    uint8_t* d = run.d;
+    for (ptrdiff_t left = run.nRows; left > 0; left--, s += run.sStep, d += run.dStep) {
+        row(s, d, run.jumps && left > 1 ? s + run.sStep : nullptr);
     }
-    next.fetch<Block * ItemBytes>(i * ItemBytes);
-    part(i, count - i, true);
 }
 
-// Pixels of three values backwards: apart into planes, and together from their ends.
-template <class T>
-OWN_INLINE void reverseTriples(const T* s, T* d, ptrdiff_t count, const NextRow& next) {
-    constexpr ptrdiff_t block = 64;
-    T planes[3][block];
-    inBlocks<block, 3 * sizeof(T)>(count, next, [&](ptrdiff_t i, ptrdiff_t n, bool) OWN_INLINE_LAMBDA {
-        const T* from = s - 3 * (i + n - 1);
-        T* to = d + 3 * i;
-        OWN_EACH
-        for (ptrdiff_t k = 0; k < n; k++) {
-            planes[0][k] = from[3 * k];
-            planes[1][k] = from[3 * k + 1];
-            planes[2][k] = from[3 * k + 2];
+// `count` pixels of so many bytes backwards: s is the last one of the source.
+template <ptrdiff_t Bytes>
+OWN_INLINE void reverseRun(const uint8_t* s, uint8_t* d, ptrdiff_t count) {
+    using Pixel = typename AnyBytes<Bytes>::Type;
+    const Pixel* from = reinterpret_cast<const Pixel*>(s - Bytes * (count - 1));
+    Pixel* to = reinterpret_cast<Pixel*>(d);
+    OWN_EACH
+    for (ptrdiff_t k = 0; k < count; k++) to[k] = from[count - 1 - k];
+}
+
+// Where the next row is asked for, 32 bytes are moved at a time. With more the loop would be unrolled, and the loads of
+// one stream, standing in several places, were hardly foreseen.
+template <ptrdiff_t Bytes>
+OWN_INLINE void reversePixels(const Run& run) {
+    constexpr ptrdiff_t block = 32 / Bytes;
+    const ptrdiff_t count = run.count;
+    eachRow(run, [&](const uint8_t* s, uint8_t* d, const uint8_t* next) OWN_INLINE_LAMBDA {
+        ptrdiff_t i = 0;
+        for (; next != nullptr && i + block <= count; i += block) {
+            prefetch<64>(next + Bytes * (i + 1 - count));
+            reverseRun<Bytes>(s - Bytes * i, d + Bytes * i, block);
         }
-        OWN_EACH
-        for (ptrdiff_t k = 0; k < n; k++) {
-            to[3 * k] = planes[0][n - 1 - k];
-            to[3 * k + 1] = planes[1][n - 1 - k];
-            to[3 * k + 2] = planes[2][n - 1 - k];
+        reverseRun<Bytes>(s - Bytes * i, d + Bytes * i, count - i);
+    });
+}
+
+// Pixels of three values of so many bytes backwards: apart into planes, block by block, and together from their ends.
+template <ptrdiff_t Bytes>
+OWN_INLINE void reverseTriples(const Run& run) {
+    using Value = typename AnyBytes<Bytes>::Type;
+    constexpr ptrdiff_t block = 256;
+    Value planes[3][block];
+    const ptrdiff_t count = run.count;
+    eachRow(run, [&](const uint8_t* s, uint8_t* d, const uint8_t*) OWN_INLINE_LAMBDA {
+        for (ptrdiff_t i = 0; i < count; i += block) {
+            const ptrdiff_t n = count - i < block ? count - i : block;
+            const Value* from = reinterpret_cast<const Value*>(s - 3 * Bytes * (i + n - 1));
+            Value* to = reinterpret_cast<Value*>(d + 3 * Bytes * i);
+            OWN_EACH
+            for (ptrdiff_t k = 0; k < n; k++) {
+                planes[0][k] = from[3 * k];
+                planes[1][k] = from[3 * k + 1];
+                planes[2][k] = from[3 * k + 2];
+            }
+            OWN_EACH
+            for (ptrdiff_t k = 0; k < n; k++) {
+                to[3 * k] = planes[0][n - 1 - k];
+                to[3 * k + 1] = planes[1][n - 1 - k];
+                to[3 * k + 2] = planes[2][n - 1 - k];
+            }
         }
     });
 }
 
-// The same for bytes, five pixels at a time: of 16 bytes, which are shuffled at once, one belongs to the next pixel and
-// is written again with that.
-OWN_INLINE void reverseTriples(const uint8_t* s, uint8_t* d, ptrdiff_t count, const NextRow& next) {
-    const uint8_t* end = s + 3;
-    inBlocks<40, 3>(count, next, [&](ptrdiff_t first, ptrdiff_t n, bool isRest) OWN_INLINE_LAMBDA {
-        ptrdiff_t i = first;
-        for (; i + (isRest ? 6 : 5) <= first + n; i += 5) {
-            uint8_t in[16];
-            uint8_t out[16];
-            std::memcpy(in, end - 3 * (i + 5) - 1, sizeof in);
-            out[0] = in[13], out[1] = in[14], out[2] = in[15];
-            out[3] = in[10], out[4] = in[11], out[5] = in[12];
-            out[6] = in[7], out[7] = in[8], out[8] = in[9];
-            out[9] = in[4], out[10] = in[5], out[11] = in[6];
-            out[12] = in[1], out[13] = in[2], out[14] = in[3];
-            out[15] = in[0];
-            std::memcpy(d + 3 * i, out, sizeof out);
+// Five pixels of three bytes: of 16 bytes from the one before them on, which are shuffled at once, the last one belongs
+// to the next pixel and is written again with that.
+OWN_INLINE void reverseFive(const uint8_t* s, uint8_t* d) {
+    uint8_t in[16];
+    uint8_t out[16];
+    std::memcpy(in, s, sizeof in);
+    out[0] = in[13], out[1] = in[14], out[2] = in[15];
+    out[3] = in[10], out[4] = in[11], out[5] = in[12];
+    out[6] = in[7], out[7] = in[8], out[8] = in[9];
+    out[9] = in[4], out[10] = in[5], out[11] = in[6];
+    out[12] = in[1], out[13] = in[2], out[14] = in[3];
+    out[15] = in[0];
+    std::memcpy(d, out, sizeof out);
+}
+
+OWN_INLINE void reverseByteTriples(const Run& run) {
+    const ptrdiff_t count = run.count;
+    eachRow(run, [&](const uint8_t* s, uint8_t* d, const uint8_t* next) OWN_INLINE_LAMBDA {
+        const uint8_t* end = s + 3;
+        ptrdiff_t i = 0;
+        for (; i + 20 < count; i += 20) {
+            if (next != nullptr) prefetch<64>(next + 3 * (i + 1 - count));
+            for (ptrdiff_t k = i; k < i + 20; k += 5) reverseFive(end - 3 * (k + 5) - 1, d + 3 * k);
         }
-        for (; i < first + n; i++) {
+        for (; i + 5 < count; i += 5) reverseFive(end - 3 * (i + 5) - 1, d + 3 * i);
+        for (; i < count; i++) {
             for (ptrdiff_t c = 0; c < 3; c++) d[3 * i + c] = end[c - 3 * (i + 1)];
         }
     });
 }
 
-// Pixels of four bytes backwards, at any address.
-OWN_INLINE void reverseWords(const uint8_t* s, uint8_t* d, ptrdiff_t count, const NextRow& next) {
-    inBlocks<32, 4>(count, next, [&](ptrdiff_t i, ptrdiff_t n, bool) OWN_INLINE_LAMBDA {
-        const Bytes4* from = reinterpret_cast<const Bytes4*>(s - 4 * (i + n - 1));
-        Bytes4* to = reinterpret_cast<Bytes4*>(d + 4 * i);
-        OWN_EACH
-        for (ptrdiff_t k = 0; k < n; k++) to[k] = from[n - 1 - k];
+OWN_INLINE void copyBytes(const Run& run) {
+    constexpr ptrdiff_t block = 64;
+    const ptrdiff_t count = run.count;
+    eachRow(run, [&](const uint8_t* s, uint8_t* d, const uint8_t* next) OWN_INLINE_LAMBDA {
+        ptrdiff_t i = 0;
+        for (; next != nullptr && i + block <= count; i += block) {
+            prefetch<64>(next + count - 1 - i);
+            std::memcpy(d + i, s + i, block);
+        }
+        std::memcpy(d + i, s + i, static_cast<size_t>(count - i));
     });
 }
 
-template <class T>
-OWN_INLINE void reverseDense(const T* s, T* d, ptrdiff_t count, const NextRow& next) {
-    inBlocks<128 / sizeof(T), sizeof(T)>(count, next, [&](ptrdiff_t i, ptrdiff_t n, bool) OWN_INLINE_LAMBDA {
-        OWN_EACH
-        for (ptrdiff_t k = i; k < i + n; k++) d[k] = s[-k];
-    });
-}
+OWN_KERNEL void ownReverse1(const Run& run) { reversePixels<1>(run); }
+OWN_KERNEL void ownReverse2(const Run& run) { reversePixels<2>(run); }
+OWN_KERNEL void ownReverse3(const Run& run) { reverseByteTriples(run); }
+OWN_KERNEL void ownReverse4(const Run& run) { reversePixels<4>(run); }
+OWN_KERNEL void ownReverse6(const Run& run) { reverseTriples<2>(run); }
+OWN_KERNEL void ownReverse12(const Run& run) { reverseTriples<4>(run); }
+OWN_KERNEL void ownCopyBytes(const Run& run) { copyBytes(run); }
 
-OWN_INLINE void copyBytes(const void* from, void* to, ptrdiff_t count, const NextRow& next) {
-    const auto* s = static_cast<const uint8_t*>(from);
-    auto* d = static_cast<uint8_t*>(to);
-    inBlocks<128, 1>(count, next, [&](ptrdiff_t i, ptrdiff_t n, bool) OWN_INLINE_LAMBDA {
-        std::memcpy(d + i, s + i, static_cast<size_t>(n));
-    });
-}
-
-// One value after the other; s is the first destination pixel's source, sStep is negative where columns are reversed.
-template <class T>
-OWN_SHARED void moveInOrder(const T* s, ptrdiff_t sStep, T* d, ptrdiff_t dStep, ptrdiff_t count, int32_t nValues) {
-    for (ptrdiff_t i = 0; i < count; i++) {
-        for (int32_t c = 0; c < nValues; c++) d[i * dStep + c] = s[i * sStep + c];
+// The kernel that reverses pixels of so many bytes, null if there is none.
+using RunKernel = void (*)(const Run& run);
+RunKernel reverseKernel(size_t pixelBytes) {
+    switch (pixelBytes) {
+    case 1: return ownReverse1;
+    case 2: return ownReverse2;
+    case 3: return ownReverse3;
+    case 4: return ownReverse4;
+    case 6: return ownReverse6;
+    case 12: return ownReverse12;
+    default: return nullptr;
     }
 }
 
-// How runs of pixels move from one lane to another: nValues neighbouring values in each pixel.
+// How pixels move from one lane to another: nValues neighbouring values in each.
 template <class T>
-struct Mover {
-    // `count` pixels; the source's go backwards with `reverse`. free says that source and destination don't meet.
-    OWN_INLINE void move(const T* s, T* d, ptrdiff_t count, bool reverse, const NextRow& next = {}) const {
-        const bool whole = free && sStep == nValues && dStep == nValues;
-        if (!whole) {
-            moveInOrder(s, reverse ? -sStep : sStep, d, dStep, count, nValues);
-        } else if (!reverse) {
-            copyBytes(s, d, count * nValues * ptrdiff_t{sizeof(T)}, next);
-        } else if (nValues == 1) {
-            reverseDense(s, d, count, next);
-        } else if (nValues == 3) {
-            reverseTriples(s, d, count, next);
-        } else if (sizeof(T) == 1 && nValues == 4) {
-            reverseWords(reinterpret_cast<const uint8_t*>(s), reinterpret_cast<uint8_t*>(d), count, next);
-        } else {
-            moveInOrder(s, -sStep, d, dStep, count, nValues);
+class Mover {
+public:
+    // The source's pixels go backwards with `reverse`. free says that source and destination don't meet.
+    Mover(ptrdiff_t sStep, ptrdiff_t dStep, int32_t nValues, bool reverse, bool free)
+        : sStep_(reverse ? -sStep : sStep), dStep_(dStep), nValues_(nValues) {
+        const size_t pixelBytes = static_cast<size_t>(nValues) * sizeof(T);
+        if (free && sStep == nValues && dStep == nValues) kernel_ = reverse ? reverseKernel(pixelBytes) : ownCopyBytes;
+        if (!reverse) perPixel_ = static_cast<ptrdiff_t>(pixelBytes);
+    }
+
+    // Rows of pixels, sRow and dRow bytes apart, from a destination's pixel and its source on; see Run for `jumps`.
+    void moveRows(const T* s, ptrdiff_t sRow, T* d, ptrdiff_t dRow, Size size, bool jumps) const {
+        const auto* from = reinterpret_cast<const uint8_t*>(s);
+        auto* to = reinterpret_cast<uint8_t*>(d);
+        if (kernel_ != nullptr) return kernel_({from, sRow, to, dRow, size.width * perPixel_, size.height, jumps});
+        for (int32_t y = 0; y < size.height; y++, from += sRow, to += dRow) {
+            stridedRun(same, size.width, nValues_, Stride<T>{reinterpret_cast<T*>(to), dStep_},
+                       Stride<const T>{reinterpret_cast<const T*>(from), sStep_});
         }
     }
+    // One row.
+    void move(const T* s, T* d, int32_t count) const { moveRows(s, 0, d, 0, {count, 1}, false); }
+    // Those of 64 pixels whose bits are set.
+    void moveChosen(const T* s, T* d, uint64_t bits) const {
+        chosenRun(same, bits, nValues_, Stride<T>{d, dStep_}, Stride<const T>{s, sStep_});
+    }
 
-    ptrdiff_t sStep;
-    ptrdiff_t dStep;
-    int32_t nValues;
-    bool free;
+private:
+    static constexpr auto same = [](T value) OWN_INLINE_LAMBDA { return value; };
+
+    ptrdiff_t sStep_; // from the source of a destination's pixel to that of the next one
+    ptrdiff_t dStep_;
+    int32_t nValues_;
+    RunKernel kernel_ = nullptr;
+    ptrdiff_t perPixel_ = 1; // what the kernel counts
 };
 
-// Moves the runs that the masks leave of one row.
+// Moves the pixels that the masks leave of one row.
 template <class T>
-OWN_INLINE void moveMaskedRow(const Mover<T>& mover, const Flip& flip, const MirrorMasks& masks, int32_t y, const T* s,
-                              T* d) {
+void moveMaskedRow(const Mover<T>& mover, const Flip& flip, const MirrorMasks& masks, int32_t y, Stride<const T> s,
+                   Stride<T> d) {
     uint8_t block[kMaskBlock / 8];
     for (int32_t x = 0, length = 0; x < flip.size.width; x += length) {
         length = smaller(flip.size.width - x, kMaskBlock);
         for (int32_t i = 0; i < length; i += 64) {
             putWord(block + i / 8, masks.bits(flip, x + i, y, smaller(length - i, 64)));
         }
-        for (MaskRuns runs(block, 0, length); runs.next();) {
+        for (RaggedMaskRuns runs(block, 0, length); runs.next();) {
             const int32_t start = x + runs.start;
-            mover.move(s + flip.sourceColumn(start) * mover.sStep, d + start * mover.dStep, runs.length, flip.columns);
+            const T* from = s.at + flip.sourceColumn(start) * s.step;
+            T* to = d.at + start * d.step;
+            runs.bits != 0 ? mover.moveChosen(from, to, runs.bits) : mover.move(from, to, runs.length);
         }
     }
 }
 
 template <class T>
-OWN_INLINE void mirrorRows(const MirrorMasks& masks, const Flip& flip, const Span& span, const Lane<const T>& src,
-                           const Lane<T>& dst) {
+void mirrorRows(const MirrorMasks& masks, const Flip& flip, const Span& span, const Lane<const T>& src,
+                const Lane<T>& dst) {
     const bool free = !overlapsElsewhere(footprintOf(dst, span), footprintOf(src, span)) && src.first != dst.first;
-    const Mover<T> mover = {src.pixelStep, dst.pixelStep, span.nValues, free};
+    const Mover<T> mover(src.pixelStep, dst.pixelStep, span.nValues, flip.columns, free);
     const ptrdiff_t rowBytes = span.width * src.pixelStep * ptrdiff_t{sizeof(T)};
+    const bool jumps = flip.columns != flip.rows && rowBytes >= kLongRow;
     for (int32_t plane = 0; plane < span.nPlanes; plane++) {
+        if (!masks.any()) {
+            const T* s = src.pixel(plane, flip.sourceRow(0), flip.sourceColumn(0)).at;
+            const ptrdiff_t sRow = flip.rows ? -src.rowStep : src.rowStep;
+            mover.moveRows(s, sRow, dst.row(plane, 0), dst.rowStep, flip.size, jumps);
+            continue;
+        }
         for (int32_t y = 0; y < span.height; y++) {
-            const T* s = src.row(plane, flip.sourceRow(y));
-            T* d = dst.row(plane, y);
-            if (masks.any()) {
-                moveMaskedRow(mover, flip, masks, y, s, d);
-            } else {
-                const auto* next =
-                    reinterpret_cast<const uint8_t*>(src.row(plane, flip.sourceRow(y + 1 < span.height ? y + 1 : y)));
-                const NextRow nextRow = {flip.rows ? next + rowBytes - 1 : next, flip.rows ? -1 : 1};
-                mover.move(s + flip.sourceColumn(0) * mover.sStep, d, span.width, flip.columns, nextRow);
-            }
+            moveMaskedRow(mover, flip, masks, y, src.pixel(plane, flip.sourceRow(y), 0), dst.pixel(plane, y, 0));
         }
     }
 }
 
 // Rows change places through a temporary one; that of the middle of an odd height with itself.
 template <class T>
-OWN_INLINE bool mirrorInPlace(const Flip& flip, const Span& span, const Lane<T>& lane) {
+bool mirrorInPlace(const Flip& flip, const Span& span, const Lane<T>& lane) {
     const ptrdiff_t nValues = span.nValues;
     const AlignedBlock<T> temporary(static_cast<size_t>(span.width * nValues));
     if (!temporary) return false;
-    const Mover<T> out = {lane.pixelStep, nValues, span.nValues, true};
-    const Mover<T> across = {lane.pixelStep, lane.pixelStep, span.nValues, true};
-    const Mover<T> back = {nValues, lane.pixelStep, span.nValues, true};
+    const Mover<T> out(lane.pixelStep, nValues, span.nValues, flip.columns, true);
+    const Mover<T> across(lane.pixelStep, lane.pixelStep, span.nValues, flip.columns, true);
+    const Mover<T> back(nValues, lane.pixelStep, span.nValues, false, true);
     const int32_t nRows = flip.rows ? (span.height + 1) / 2 : span.height;
     for (int32_t plane = 0; plane < span.nPlanes; plane++) {
         for (int32_t i = 0; i < nRows; i++) {
             T* row = lane.row(plane, i);
             T* other = lane.row(plane, flip.sourceRow(i));
             const ptrdiff_t first = flip.sourceColumn(0) * lane.pixelStep;
-            out.move(row + first, temporary.get(), span.width, flip.columns);
-            if (other != row) across.move(other + first, row, span.width, flip.columns);
-            back.move(temporary.get(), other, span.width, false);
+            out.move(row + first, temporary.get(), span.width);
+            if (other != row) across.move(other + first, row, span.width);
+            back.move(temporary.get(), other, span.width);
         }
     }
     return true;
 }
 
 template <class T>
-OWN_INLINE bool mirrorValues(MirrorArgs args, bool planes) {
+bool mirrorValues(MirrorArgs args, bool planes) {
     const MirrorMasks masks(args);
     const int32_t nPlanes = planes ? args.nChannels : 1;
     Size size = args.size;
@@ -281,12 +336,12 @@ OWN_INLINE bool mirrorValues(MirrorArgs args, bool planes) {
     return true;
 }
 
-OWN_KERNEL bool ownMirrorPixels8(const MirrorArgs& args) { return mirrorValues<uint8_t>(args, false); }
-OWN_KERNEL bool ownMirrorPixels16(const MirrorArgs& args) { return mirrorValues<uint16_t>(args, false); }
-OWN_KERNEL bool ownMirrorPixels32(const MirrorArgs& args) { return mirrorValues<uint32_t>(args, false); }
-OWN_KERNEL bool ownMirrorPlanes8(const MirrorArgs& args) { return mirrorValues<uint8_t>(args, true); }
-OWN_KERNEL bool ownMirrorPlanes16(const MirrorArgs& args) { return mirrorValues<uint16_t>(args, true); }
-OWN_KERNEL bool ownMirrorPlanes32(const MirrorArgs& args) { return mirrorValues<uint32_t>(args, true); }
+bool ownMirrorPixels8(const MirrorArgs& args) { return mirrorValues<uint8_t>(args, false); }
+bool ownMirrorPixels16(const MirrorArgs& args) { return mirrorValues<uint16_t>(args, false); }
+bool ownMirrorPixels32(const MirrorArgs& args) { return mirrorValues<uint32_t>(args, false); }
+bool ownMirrorPlanes8(const MirrorArgs& args) { return mirrorValues<uint8_t>(args, true); }
+bool ownMirrorPlanes16(const MirrorArgs& args) { return mirrorValues<uint16_t>(args, true); }
+bool ownMirrorPlanes32(const MirrorArgs& args) { return mirrorValues<uint32_t>(args, true); }
 
 // A row of mirrored bits under the masks, from bit 0 of `row` on.
 OWN_INLINE void mirrorBitRow(const Flip& flip, const MaskLane& src, const MirrorMasks& masks, int32_t x, int32_t y,

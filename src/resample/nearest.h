@@ -12,22 +12,6 @@ namespace tov {
 // Bytes of a row from which on it pays to ask for the beginning of the next one.
 constexpr size_t kLongRow = 3072;
 
-// A value of so many bytes at any address.
-template <size_t Bytes>
-struct AnyBytes;
-template <>
-struct AnyBytes<1> {
-    using Type = uint8_t;
-};
-template <>
-struct AnyBytes<2> {
-    using Type = Bytes2;
-};
-template <>
-struct AnyBytes<4> {
-    using Type = Bytes4;
-};
-
 // How many of the columns come before each of the others stands twice in a row, 0 or 1; -1 where that isn't so.
 inline int32_t beforePairs(const int32_t* columns, int32_t count) {
     const int32_t before = count > 1 && columns[0] != columns[1] ? 1 : 0;
