@@ -36,15 +36,18 @@
 #define OWN_SHARED inline
 #endif
 
-// Asks for the first lines of a stretch of memory that is needed soon. An address that isn't there does no harm.
-OWN_INLINE void prefetchStart(const void* address) {
+// Asks for `Bytes` bytes of memory that are needed soon. An address that isn't there does no harm.
+template <int Bytes>
+OWN_INLINE void prefetch(const void* address) {
 #if defined(__GNUC__)
-    constexpr int bytes = 6 * 64;
-    for (int i = 0; i < bytes; i += 64) __builtin_prefetch(static_cast<const char*>(address) + i);
+    for (int i = 0; i < Bytes; i += 64) __builtin_prefetch(static_cast<const char*>(address) + i);
 #else
     static_cast<void>(address);
 #endif
 }
+
+// The same for the first lines of a row.
+OWN_INLINE void prefetchStart(const void* row) { prefetch<6 * 64>(row); }
 
 // Heads a loop whose iterations are independent: rows are the same or disjoint. Walks find out once per call whether
 // that holds and otherwise take a loop without it. A local variable of the loop whose address is taken, by memcpy or a

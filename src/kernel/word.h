@@ -1,6 +1,7 @@
 // Words at any address: 32 bits for runs that go by words whatever the values are, and the bytes of 64 bits.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -46,6 +47,22 @@ using Bytes4 __attribute__((aligned(1), may_alias)) = uint32_t;
 using Bytes2 = uint16_t;
 using Bytes4 = uint32_t;
 #endif
+
+// A value of so many bytes at any address, for templates.
+template <size_t Bytes>
+struct AnyBytes;
+template <>
+struct AnyBytes<1> {
+    using Type = uint8_t;
+};
+template <>
+struct AnyBytes<2> {
+    using Type = Bytes2;
+};
+template <>
+struct AnyBytes<4> {
+    using Type = Bytes4;
+};
 
 struct Word {
     Word() = default;

@@ -10,8 +10,83 @@ namespace tov {
 
 namespace {
 
-// Source values that are worked at once: a multiple of 6 pixels of 1, 3 and 4 values.
-constexpr ptrdiff_t kBlock = 1152;
+// Takes `count` pixels of N bytes, each `step` bytes behind the one before, to dStep.
+template <ptrdiff_t N>
+OWN_INLINE void pick(const uint8_t* s, ptrdiff_t step, uint8_t* d, ptrdiff_t dStep, ptrdiff_t count) {
+    for (ptrdiff_t i = 0; i < count; i++) std::memcpy(d + i * dStep, s + i * step, N);
+}
+
+OWN_INLINE uint8_t roundedUp(uint8_t a, uint8_t b) { return static_cast<uint8_t>((a + b + 1) >> 1); }
+
+// The mean of four, rounded, from means of two, which processors have. With e and f of 0 or 1, p + q is 2 x - e and r +
+// s is 2 y - f. Half of e + f is lost beside whole numbers unless both are 1, so that the mean is x + y + 1 - (e | f),
+// halved and rounded down. That lacks 1 to the mean of x and y where e | f is 1 and x + y is odd.
+OWN_INLINE uint8_t meanOf(uint8_t p, uint8_t q, uint8_t r, uint8_t s) {
+    const uint8_t x = roundedUp(p, q);
+    const uint8_t y = roundedUp(r, s);
+    return static_cast<uint8_t>(roundedUp(x, y) - (((p ^ q) | (r ^ s)) & (x ^ y) & 1));
+}
+
+// What rates of 2:1 and 3:2 have in common: a form makes results of kValues values, kDst for every kSrc pixels of the
+// source, by row(first row, row below it, number of the result's row, results, count). kAtOnce results are best made at
+// once.
+struct TwoToOne {
+    static constexpr ptrdiff_t kDst = 1;
+    static constexpr ptrdiff_t kSrc = 2;
+};
+struct ThreeToTwo {
+    static constexpr ptrdiff_t kDst = 2;
+    static constexpr ptrdiff_t kSrc = 3;
+};
+
+// Means of two times two.
+template <ptrdiff_t N>
+struct Halves : TwoToOne {
+    static constexpr ptrdiff_t kValues = N;
+    static constexpr ptrdiff_t kAtOnce = 32;
+
+    OWN_INLINE static void row(const uint8_t* a, const uint8_t* b, ptrdiff_t, uint8_t* d, ptrdiff_t count) {
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) {
+            for (ptrdiff_t c = 0; c < N; c++) {
+                const ptrdiff_t at = 2 * N * i + c;
+                d[N * i + c] = meanOf(a[at], a[at + N], b[at], b[at + N]);
+            }
+        }
+    }
+};
+
+// Two bytes as a word have the same sum in either byte order.
+template <>
+struct Halves<1> : TwoToOne {
+    static constexpr ptrdiff_t kValues = 1;
+    static constexpr ptrdiff_t kAtOnce = 64;
+
+    OWN_INLINE static void row(const uint8_t* a, const uint8_t* b, ptrdiff_t, uint8_t* d, ptrdiff_t count) {
+        const Bytes2* above = reinterpret_cast<const Bytes2*>(a);
+        const Bytes2* below = reinterpret_cast<const Bytes2*>(b);
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < count; i++) {
+            const auto low = static_cast<uint16_t>((above[i] & UINT8_MAX) + (below[i] & UINT8_MAX));
+            const auto high = static_cast<uint16_t>((above[i] >> 8) + (below[i] >> 8));
+            d[i] = static_cast<uint8_t>(static_cast<uint16_t>(low + high + 2) >> 2);
+        }
+    }
+};
+
+// Pixels of three bytes don't fill vectors: means of all neighbours, of which every other one is taken.
+template <>
+struct Halves<3> : TwoToOne {
+    static constexpr ptrdiff_t kValues = 3;
+    static constexpr ptrdiff_t kAtOnce = 64;
+
+    OWN_INLINE static void row(const uint8_t* a, const uint8_t* b, ptrdiff_t, uint8_t* d, ptrdiff_t count) {
+        uint8_t means[6 * kAtOnce];
+        OWN_EACH
+        for (ptrdiff_t i = 0; i < 6 * count - 3; i++) means[i] = meanOf(a[i], a[i + 3], b[i], b[i + 3]);
+        pick<3>(means, 6, d, 3, count);
+    }
+};
 
 // At 3:2 samples count by halves on each axis: twice and once. `sum` is 4 times the box's, whose mean is never
 // halfway between two numbers, so that dividing by 9 gives what the literal form gives, as checked here for every sum.
@@ -29,116 +104,100 @@ constexpr bool ninthIsExact() {
 }
 static_assert(ninthIsExact());
 
-// Takes `count` pixels of N bytes, each `step` bytes behind the one before, to dStep.
+// Of two rows, and of two columns, one counts twice.
 template <ptrdiff_t N>
-OWN_INLINE void pick(const uint8_t* s, ptrdiff_t step, uint8_t* d, ptrdiff_t dStep, ptrdiff_t count) {
-    for (ptrdiff_t i = 0; i < count; i++) std::memcpy(d + i * dStep, s + i * step, N);
-}
+struct Thirds : ThreeToTwo {
+    static constexpr ptrdiff_t kValues = N;
+    static constexpr ptrdiff_t kAtOnce = N == 3 ? 128 : 256 / N;
 
-// `count` pixels, each the mean of two times two.
-template <ptrdiff_t N>
-OWN_INLINE void halve(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff_t count) {
-    uint8_t means[kBlock];
-    for (ptrdiff_t done = 0; done < count; done += kBlock / (2 * N)) {
-        const ptrdiff_t n = count - done < kBlock / (2 * N) ? count - done : kBlock / (2 * N);
-        const uint8_t* above = a + 2 * N * done;
-        const uint8_t* below = b + 2 * N * done;
-        const ptrdiff_t values = 2 * N * n - N;
+    OWN_INLINE static void row(const uint8_t* a, const uint8_t* b, ptrdiff_t y, uint8_t* d, ptrdiff_t count) {
+        const uint8_t* twice = y % 2 == 0 ? a : b;
+        const uint8_t* once = y % 2 == 0 ? b : a;
+        uint16_t sums[kAtOnce / 2 * 3 * N];
+        const ptrdiff_t values = (count / 2 * 3 + count % 2 * 2) * N;
         OWN_EACH
-        for (ptrdiff_t i = 0; i < values; i++) {
-            const auto sum = static_cast<uint16_t>(above[i] + above[i + N] + below[i] + below[i + N] + 2);
-            means[i] = static_cast<uint8_t>(sum >> 2);
+        for (ptrdiff_t i = 0; i < values; i++) sums[i] = static_cast<uint16_t>(2 * twice[i] + once[i]);
+        if constexpr (N == 3) {
+            neighbours(sums, values, d, count);
+            return;
         }
-        pick<N>(means, 2 * N, d + N * done, N, n);
-    }
-}
-
-// Two bytes as a word have the same sum in either byte order.
-template <>
-OWN_INLINE void halve<1>(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff_t count) {
-    const Bytes2* above = reinterpret_cast<const Bytes2*>(a);
-    const Bytes2* below = reinterpret_cast<const Bytes2*>(b);
-    OWN_EACH
-    for (ptrdiff_t i = 0; i < count; i++) {
-        const auto low = static_cast<uint16_t>((above[i] & UINT8_MAX) + (below[i] & UINT8_MAX));
-        const auto high = static_cast<uint16_t>((above[i] >> 8) + (below[i] >> 8));
-        d[i] = static_cast<uint8_t>(static_cast<uint16_t>(low + high + 2) >> 2);
-    }
-}
-
-// Four bytes of a pixel as two pairs of 16 bits.
-template <>
-OWN_INLINE void halve<4>(const uint8_t* a, const uint8_t* b, uint8_t* d, ptrdiff_t count) {
-    constexpr uint32_t pair = 0x00FF00FF;
-    const Bytes4* above = reinterpret_cast<const Bytes4*>(a);
-    const Bytes4* below = reinterpret_cast<const Bytes4*>(b);
-    Bytes4* to = reinterpret_cast<Bytes4*>(d);
-    OWN_EACH
-    for (ptrdiff_t i = 0; i < count; i++) {
-        const uint32_t p = above[2 * i];
-        const uint32_t q = above[2 * i + 1];
-        const uint32_t r = below[2 * i];
-        const uint32_t s = below[2 * i + 1];
-        const uint32_t low = (p & pair) + (q & pair) + (r & pair) + (s & pair) + 0x00020002;
-        const uint32_t high = (p >> 8 & pair) + (q >> 8 & pair) + (r >> 8 & pair) + (s >> 8 & pair) + 0x00020002;
-        to[i] = (low >> 2 & pair) | (high >> 2 & pair) << 8;
-    }
-}
-
-// `count` pixels of two rows, one of which counts twice: two for every three.
-template <ptrdiff_t N>
-OWN_INLINE void thirds(const uint8_t* a, const uint8_t* b, bool firstTwice, uint8_t* d, ptrdiff_t count) {
-    const uint8_t* twice = firstTwice ? a : b;
-    const uint8_t* once = firstTwice ? b : a;
-    uint16_t sums[kBlock + 2 * N];
-    uint8_t even[kBlock];
-    uint8_t odd[kBlock];
-    constexpr ptrdiff_t most = kBlock / (3 * N) * 2;
-    for (ptrdiff_t done = 0; done < count; done += most) {
-        const ptrdiff_t n = count - done < most ? count - done : most;
-        const ptrdiff_t values = (n / 2 * 3 + n % 2 * 2) * N;
-        const uint8_t* s = twice + done / 2 * 3 * N;
-        const uint8_t* t = once + done / 2 * 3 * N;
         OWN_EACH
-        for (ptrdiff_t i = 0; i < values; i++) sums[i] = static_cast<uint16_t>(2 * s[i] + t[i]);
-        uint8_t* to = d + N * done;
-        if (N == 1) {
-            OWN_EACH
-            for (ptrdiff_t i = 0; i < n / 2; i++) {
-                to[2 * i] = ninth(2 * sums[3 * i] + sums[3 * i + 1]);
-                to[2 * i + 1] = ninth(sums[3 * i + 1] + 2 * sums[3 * i + 2]);
+        for (ptrdiff_t i = 0; i < count / 2; i++) {
+            for (ptrdiff_t c = 0; c < N; c++) {
+                const uint16_t* s = sums + 3 * N * i + c;
+                d[2 * N * i + c] = ninth(2 * s[0] + s[N]);
+                d[2 * N * i + N + c] = ninth(s[N] + 2 * s[2 * N]);
             }
-            if (n % 2 != 0) to[n - 1] = ninth(2 * sums[values - 2] + sums[values - 1]);
-            continue;
         }
+        if (count % 2 == 0) return;
+        const uint16_t* s = sums + values - 2 * N;
+        for (ptrdiff_t c = 0; c < N; c++) d[N * (count - 1) + c] = ninth(2 * s[c] + s[N + c]);
+    }
+
+private:
+    // As at 2:1, for pixels that don't fill vectors.
+    OWN_INLINE static void neighbours(const uint16_t* sums, ptrdiff_t values, uint8_t* d, ptrdiff_t count) {
+        uint8_t even[kAtOnce / 2 * 3 * N];
+        uint8_t odd[kAtOnce / 2 * 3 * N];
         OWN_EACH
         for (ptrdiff_t i = 0; i < values - N; i++) {
             even[i] = ninth(2 * sums[i] + sums[i + N]);
             odd[i] = ninth(sums[i] + 2 * sums[i + N]);
         }
-        pick<N>(even, 3 * N, to, 2 * N, (n + 1) / 2);
-        pick<N>(odd + N, 3 * N, to + N, 2 * N, n / 2);
+        pick<N>(even, 3 * N, d, 2 * N, (count + 1) / 2);
+        pick<N>(odd + N, 3 * N, d + N, 2 * N, count / 2);
+    }
+};
+
+// Rows of results, and where in the source they begin.
+struct EvenRows {
+    const uint8_t* src;
+    ptrdiff_t srcStep;
+    uint8_t* dst;
+    ptrdiff_t dstStep;
+    Size size; // of the results
+};
+
+// While a row is made, the source's rows for the next one are asked for in the order of their addresses. The processor
+// goes on from there on its own, which it doesn't where rows are read two at a time.
+template <class Form>
+OWN_INLINE void reduceRows(const EvenRows& rows) {
+    constexpr ptrdiff_t n = Form::kValues;
+    constexpr ptrdiff_t most = Form::kAtOnce;
+    constexpr ptrdiff_t blockBytes = most * Form::kSrc / Form::kDst * n;
+    const ptrdiff_t step = rows.srcStep;
+    const ptrdiff_t width = rows.size.width;
+    const ptrdiff_t height = rows.size.height;
+    const ptrdiff_t rowBytes = width * Form::kSrc / Form::kDst * n;
+    for (ptrdiff_t y = 0; y < height; y++) {
+        const ptrdiff_t first = y * Form::kSrc / Form::kDst;
+        const ptrdiff_t nNext = (y + 1) * Form::kSrc / Form::kDst - first;
+        const uint8_t* a = rows.src + first * step;
+        const uint8_t* b = a + step;
+        const uint8_t* next = y + 1 < height ? b + step : a;
+        uint8_t* d = rows.dst + y * rows.dstStep;
+        ptrdiff_t x = 0;
+        for (ptrdiff_t from = 0, ahead = 0; x + most <= width; x += most, from += blockBytes) {
+            const uint8_t* soon = ahead < rowBytes ? next + ahead : next + step + (ahead - rowBytes);
+            prefetch<blockBytes>(soon);
+            if (nNext == 2) prefetch<blockBytes>(soon + blockBytes);
+            ahead += nNext * blockBytes;
+            Form::row(a + from, b + from, y, d + x * n, most);
+        }
+        const ptrdiff_t from = x * Form::kSrc / Form::kDst * n;
+        Form::row(a + from, b + from, y, d + x * n, width - x);
     }
 }
 
-// A row of results from two rows of the source, one of which counts twice where the rate is 3:2.
-using RowKernel = void (*)(const uint8_t* a, const uint8_t* b, bool firstTwice, uint8_t* d, ptrdiff_t count);
-using Row = const uint8_t*;
+OWN_KERNEL void ownHalvesOne_8u(const EvenRows& rows) { reduceRows<Halves<1>>(rows); }
+OWN_KERNEL void ownHalvesThree_8u(const EvenRows& rows) { reduceRows<Halves<3>>(rows); }
+OWN_KERNEL void ownHalvesFour_8u(const EvenRows& rows) { reduceRows<Halves<4>>(rows); }
+OWN_KERNEL void ownThirdsOne_8u(const EvenRows& rows) { reduceRows<Thirds<1>>(rows); }
+OWN_KERNEL void ownThirdsThree_8u(const EvenRows& rows) { reduceRows<Thirds<3>>(rows); }
+OWN_KERNEL void ownThirdsFour_8u(const EvenRows& rows) { reduceRows<Thirds<4>>(rows); }
 
-OWN_KERNEL void ownHalvesOne_8u(Row a, Row b, bool, uint8_t* d, ptrdiff_t count) { halve<1>(a, b, d, count); }
-OWN_KERNEL void ownHalvesThree_8u(Row a, Row b, bool, uint8_t* d, ptrdiff_t count) { halve<3>(a, b, d, count); }
-OWN_KERNEL void ownHalvesFour_8u(Row a, Row b, bool, uint8_t* d, ptrdiff_t count) { halve<4>(a, b, d, count); }
-OWN_KERNEL void ownThirdsOne_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) {
-    thirds<1>(a, b, twice, d, count);
-}
-OWN_KERNEL void ownThirdsThree_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) {
-    thirds<3>(a, b, twice, d, count);
-}
-OWN_KERNEL void ownThirdsFour_8u(Row a, Row b, bool twice, uint8_t* d, ptrdiff_t count) {
-    thirds<4>(a, b, twice, d, count);
-}
-
-RowKernel rowKernel(int32_t nValues, bool halves) {
+using EvenKernel = void (*)(const EvenRows& rows);
+EvenKernel evenKernel(int32_t nValues, bool halves) {
     switch (nValues) {
     case 1: return halves ? ownHalvesOne_8u : ownThirdsOne_8u;
     case 3: return halves ? ownHalvesThree_8u : ownThirdsThree_8u;
@@ -157,20 +216,15 @@ bool ownDecimateEven_8u(const DecimateArgs& args, Position& reached) {
     const auto dst = roiLane<uint8_t>(*args.dst, coiOffset(*args.dst), any);
     const auto isWhole = [](double position) { return position == static_cast<int32_t>(position); };
     reached = {args.at.x + args.size.width * args.xRate, args.at.y + args.size.height * args.yRate};
-    const RowKernel kernel = rowKernel(nValues, args.xRate == 2);
+    const EvenKernel kernel = evenKernel(nValues, args.xRate == 2);
     const bool served = (args.xRate == 2 || args.xRate == 1.5) && args.xRate == args.yRate && isWhole(args.at.x) &&
                         isWhole(args.at.y) && src.pixelStep == nValues && dst.pixelStep == nValues && kernel != nullptr;
     // No box is moved back from the edge.
     if (!served || reached.x > args.limit.width || reached.y > args.limit.height) return false;
+    const auto row = static_cast<int32_t>(args.at.y);
     const ptrdiff_t column = static_cast<ptrdiff_t>(args.at.x) * nValues;
     for (int32_t plane = 0; plane < (planes ? args.nChannels : 1); plane++) {
-        double y = args.at.y;
-        for (int32_t j = 0; j < args.size.height; j++) {
-            const auto first = static_cast<int32_t>(y);
-            kernel(src.row(plane, first) + column, src.row(plane, first + 1) + column, y == first, dst.row(plane, j),
-                   args.size.width);
-            y += args.yRate;
-        }
+        kernel({src.row(plane, row) + column, src.rowStep, dst.row(plane, 0), dst.rowStep, args.size});
     }
     reached = {static_cast<float>(reached.x), static_cast<float>(reached.y)};
     return true;

@@ -127,35 +127,37 @@ OWN_INLINE void pixelRow(const Grid<T>& grid, int32_t plane, const Taps<NY>& row
     }
 }
 
-// Whether columns stand two pixels apart.
-inline bool everyOther(const Taps<1>* columns, int32_t count, ptrdiff_t pixelStep) {
-    for (int32_t i = 1; i < count; i++) {
-        if (columns[i].at[0] - columns[i - 1].at[0] != 2 * pixelStep) return false;
-    }
-    return true;
-}
-
-// Rows of nearest pixels. Gives the position behind the last one.
+// Nearest pixels at 2:1 along x, for pixels of 1 to 4 bytes that are neighbours in both images. False, with nothing
+// written, where it doesn't serve.
 template <class T>
-OWN_INLINE double nearestRows(const Grid<T>& grid, const DecimateArgs& args, int32_t plane, const Taps<1>* columns,
-                              int32_t first, int32_t count) {
+OWN_INLINE bool takeAtTwo(const Grid<T>& grid, const DecimateArgs& args, Position& reached) {
+    const ptrdiff_t width = args.size.width;
+    const auto column = static_cast<ptrdiff_t>(args.at.x);
     const int32_t n = grid.nValues;
-    const bool dense = grid.src.pixelStep == n && grid.dst.pixelStep == n;
-    const bool even = dense && (n == 1 || n * sizeof(T) == 4) && everyOther(columns, count, n);
-    double y = args.at.y;
-    for (int32_t j = 0; j < args.size.height; j++) {
-        T* d = grid.dst.row(plane, j) + first * grid.dst.pixelStep;
-        const Taps<1> row = tapsAt<1>(y, grid.y);
-        y += args.yRate;
-        if (!even) {
-            pixelRow<1, 1>(grid, plane, row, columns, count, d);
-            continue;
+    const auto nBytes = static_cast<ptrdiff_t>(n * sizeof(T));
+    const bool dense = grid.src.pixelStep == n && grid.dst.pixelStep == n && nBytes <= 4;
+    const bool inside =
+        column >= 0 && args.at.x == static_cast<double>(column) && column + 2 * width <= args.limit.width;
+    if (args.xRate != 2 || !dense || !inside) return false;
+    const auto rowBytes = static_cast<size_t>(width * nBytes);
+    for (int32_t plane = 0; plane < grid.nPlanes; plane++) {
+        const auto* first = reinterpret_cast<const uint8_t*>(grid.src.row(plane, 0)) + column * nBytes;
+        reached.y = args.at.y;
+        for (int32_t j = 0; j < args.size.height; j++) {
+            auto* d = reinterpret_cast<uint8_t*>(grid.dst.row(plane, j));
+            const uint8_t* s = first + tapsAt<1>(reached.y, grid.y).at[0];
+            reached.y += args.yRate;
+            if (2 * rowBytes >= kLongRow) prefetchStart(first + tapsAt<1>(reached.y, grid.y).at[0]);
+            switch (nBytes) {
+            case 1: takeEveryOther<1>(s, d, width); break;
+            case 2: takeEveryOther<2>(s, d, width); break;
+            case 3: takeEveryOther<3>(s, d, width); break;
+            default: takeEveryOther<4>(s, d, width); break;
+            }
         }
-        const auto* from = reinterpret_cast<const uint8_t*>(grid.src.row(plane, 0)) + row.at[0];
-        const T* s = reinterpret_cast<const T*>(from) + columns[0].at[0];
-        n == 1 ? takeEveryOther<sizeof(T)>(s, d, count) : takeEveryOther<4>(s, d, count);
     }
-    return y;
+    reached = {static_cast<float>(column + 2 * width), static_cast<float>(reached.y)};
+    return true;
 }
 
 // A row, of which the first pixel may stand on the source's first column: nothing lies across it then.
@@ -173,6 +175,10 @@ OWN_INLINE void blockRow(const Grid<T>& grid, int32_t plane, const Taps<NY>& row
 template <int32_t NX, int32_t NY, class T>
 OWN_INLINE Position decimate(const DecimateArgs& args) {
     const Grid<T> grid(args);
+    if constexpr (NX == 1 && NY == 1) {
+        Position reached{};
+        if (takeAtTwo(grid, args, reached)) return reached;
+    }
     double x = args.at.x;
     double y = args.at.y;
     Taps<NX> columns[kColumns];
@@ -184,10 +190,6 @@ OWN_INLINE Position decimate(const DecimateArgs& args) {
             x += args.xRate;
         }
         for (int32_t plane = 0; plane < grid.nPlanes; plane++) {
-            if constexpr (NX == 1 && NY == 1) {
-                y = nearestRows(grid, args, plane, columns, first, count);
-                continue;
-            }
             y = args.at.y;
             for (int32_t j = 0; j < args.size.height; j++) {
                 T* d = grid.dst.row(plane, j) + first * grid.dst.pixelStep;

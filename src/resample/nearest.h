@@ -9,21 +9,8 @@
 
 namespace tov {
 
-// A value of so many bytes at any address.
-template <size_t Bytes>
-struct AnyBytes;
-template <>
-struct AnyBytes<1> {
-    using Type = uint8_t;
-};
-template <>
-struct AnyBytes<2> {
-    using Type = Bytes2;
-};
-template <>
-struct AnyBytes<4> {
-    using Type = Bytes4;
-};
+// Bytes of a row from which on it pays to ask for the beginning of the next one.
+constexpr size_t kLongRow = 3072;
 
 // A part of a row in which each column of the source stands twice.
 struct Pairs {
@@ -73,14 +60,29 @@ OWN_INLINE void takeTwice<3>(const void* from, void* to, ptrdiff_t nPairs) {
     std::memcpy(d + 3, s, 3);
 }
 
-// Takes every other pixel of a row, Bytes bytes at a time.
+// Takes every other pixel of a row, which has pixels to the one behind the last that is taken, Bytes bytes at a time.
 template <size_t Bytes>
-OWN_INLINE void takeEveryOther(const void* from, void* to, ptrdiff_t count) {
+OWN_INLINE void takeEveryOther(const uint8_t* from, uint8_t* to, ptrdiff_t count) {
     using Pixel = typename AnyBytes<Bytes>::Type;
-    const Pixel* s = static_cast<const Pixel*>(from);
-    Pixel* d = static_cast<Pixel*>(to);
+    const Pixel* s = reinterpret_cast<const Pixel*>(from);
+    Pixel* d = reinterpret_cast<Pixel*>(to);
     OWN_EACH
     for (ptrdiff_t i = 0; i < count; i++) d[i] = s[2 * i];
+}
+
+// Two pixels as a word.
+template <>
+OWN_INLINE void takeEveryOther<1>(const uint8_t* from, uint8_t* to, ptrdiff_t count) {
+    const Bytes2* s = reinterpret_cast<const Bytes2*>(from);
+    OWN_EACH
+    for (ptrdiff_t i = 0; i < count; i++) to[i] = static_cast<uint8_t>(kFirstIsLow ? s[i] : s[i] >> 8);
+}
+
+// One byte more than a pixel's, which the next pixel overwrites.
+template <>
+OWN_INLINE void takeEveryOther<3>(const uint8_t* from, uint8_t* to, ptrdiff_t count) {
+    for (ptrdiff_t i = 0; i < count - 1; i++) std::memcpy(to + 3 * i, from + 6 * i, 4);
+    std::memcpy(to + 3 * (count - 1), from + 6 * (count - 1), 3);
 }
 
 } // namespace tov

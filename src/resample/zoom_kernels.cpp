@@ -6,16 +6,22 @@ namespace tov {
 
 namespace {
 
+// Pairs are taken anew for each row, which is quicker than to read back the row before. Other rows are copied.
 template <class T>
 OWN_INLINE bool zoomNearest(const ZoomArgs& args) {
     const Samples<T> samples(args);
     const Pairs pairs = pairsOf(args, samples);
     const ptrdiff_t n = samples.nValues;
     const ptrdiff_t step = samples.src.pixelStep;
+    const auto rowBytes = static_cast<size_t>(samples.values()) * sizeof(T);
     const T* made = nullptr;
     return eachRow(samples, [&](int32_t plane, int32_t y, T* d) OWN_INLINE_LAMBDA {
         const bool again = y > 0 && args.rows[y] == args.rows[y - 1];
-        if (!again) {
+        if (again && made == d) return;
+        if (rowBytes >= kLongRow && y + 1 < samples.size.height) prefetchStart(samples.dst.row(plane, y + 1));
+        if (again && pairs.count < samples.size.width / 2) {
+            std::memcpy(d, made, rowBytes);
+        } else {
             const T* row = samples.src.row(plane, args.rows[y]);
             const auto take = [&](int32_t first, int32_t count) OWN_INLINE_LAMBDA {
                 gatherAny(samples.nValues, row, step, args.columns + first, count, d + first * n);
@@ -25,8 +31,6 @@ OWN_INLINE bool zoomNearest(const ZoomArgs& args) {
                       pairs.count / 2);
             const int32_t done = pairs.first + pairs.count;
             take(done, samples.size.width - done);
-        } else if (made != d) {
-            std::memcpy(d, made, static_cast<size_t>(samples.values()) * sizeof(T));
         }
         made = d;
     });

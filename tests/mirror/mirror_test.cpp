@@ -34,8 +34,8 @@ TEST(Mirror, WideImages) {
     sweep.family.adjust = [adjust](Case& c, Rng& rng) {
         adjust(c, rng);
         for (ImageForm& image : c.images) {
-            image.width += 1500;
-            image.roi.width += rng.between(400, 1500);
+            image.width += 2200;
+            image.roi.width += rng.between(400, 2200);
         }
     };
     sweep.cases = 300;
