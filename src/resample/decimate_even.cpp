@@ -189,12 +189,12 @@ OWN_INLINE void reduceRows(const EvenRows& rows) {
     }
 }
 
-OWN_KERNEL void ownHalvesOne_8u(const EvenRows& rows) { reduceRows<Halves<1>>(rows); }
+OWN_WIDE_KERNEL void ownHalvesOne_8u(const EvenRows& rows) { reduceRows<Halves<1>>(rows); }
 OWN_KERNEL void ownHalvesThree_8u(const EvenRows& rows) { reduceRows<Halves<3>>(rows); }
-OWN_KERNEL void ownHalvesFour_8u(const EvenRows& rows) { reduceRows<Halves<4>>(rows); }
-OWN_KERNEL void ownThirdsOne_8u(const EvenRows& rows) { reduceRows<Thirds<1>>(rows); }
+OWN_WIDE_KERNEL void ownHalvesFour_8u(const EvenRows& rows) { reduceRows<Halves<4>>(rows); }
+OWN_WIDE_KERNEL void ownThirdsOne_8u(const EvenRows& rows) { reduceRows<Thirds<1>>(rows); }
 OWN_KERNEL void ownThirdsThree_8u(const EvenRows& rows) { reduceRows<Thirds<3>>(rows); }
-OWN_KERNEL void ownThirdsFour_8u(const EvenRows& rows) { reduceRows<Thirds<4>>(rows); }
+OWN_WIDE_KERNEL void ownThirdsFour_8u(const EvenRows& rows) { reduceRows<Thirds<4>>(rows); }
 
 using EvenKernel = void (*)(const EvenRows& rows);
 EvenKernel evenKernel(int32_t nValues, bool halves) {

@@ -6,20 +6,23 @@ namespace tov {
 
 namespace {
 
-// Pairs are taken anew for each row, which is quicker than to read back the row before. Other rows are copied.
+// Pairs are taken anew for each row, which is quicker than to read back the row before, but for pixels of three bytes.
+// Other rows are copied.
 template <class T>
 OWN_INLINE bool zoomNearest(const ZoomArgs& args) {
     const Samples<T> samples(args);
     const Pairs pairs = pairsOf(args, samples);
     const ptrdiff_t n = samples.nValues;
     const ptrdiff_t step = samples.src.pixelStep;
+    const ptrdiff_t pixelBytes = n * ptrdiff_t{sizeof(T)};
+    const bool copies = pairs.count < samples.size.width / 2 || pixelBytes == 3;
     const auto rowBytes = static_cast<size_t>(samples.values()) * sizeof(T);
     const T* made = nullptr;
     return eachRow(samples, [&](int32_t plane, int32_t y, T* d) OWN_INLINE_LAMBDA {
         const bool again = y > 0 && args.rows[y] == args.rows[y - 1];
         if (again && made == d) return;
         if (rowBytes >= kLongRow && y + 1 < samples.size.height) prefetchStart(samples.dst.row(plane, y + 1));
-        if (again && pairs.count < samples.size.width / 2) {
+        if (again && copies) {
             std::memcpy(d, made, rowBytes);
         } else {
             const T* row = samples.src.row(plane, args.rows[y]);
@@ -27,8 +30,7 @@ OWN_INLINE bool zoomNearest(const ZoomArgs& args) {
                 gatherAny(samples.nValues, row, step, args.columns + first, count, d + first * n);
             };
             take(0, pairs.first);
-            takePairs(n * ptrdiff_t{sizeof(T)}, row + args.columns[pairs.first] * step, d + pairs.first * n,
-                      pairs.count / 2);
+            takePairs(pixelBytes, row + args.columns[pairs.first] * step, d + pairs.first * n, pairs.count / 2);
             const int32_t done = pairs.first + pairs.count;
             take(done, samples.size.width - done);
         }
