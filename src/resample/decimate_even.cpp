@@ -43,7 +43,7 @@ struct ThreeToTwo {
 template <ptrdiff_t N>
 struct Halves : TwoToOne {
     static constexpr ptrdiff_t kValues = N;
-    static constexpr ptrdiff_t kAtOnce = 32;
+    static constexpr ptrdiff_t kAtOnce = 16;
 
     OWN_INLINE static void row(const uint8_t* a, const uint8_t* b, ptrdiff_t, uint8_t* d, ptrdiff_t count) {
         OWN_EACH
