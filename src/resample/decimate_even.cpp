@@ -159,12 +159,12 @@ struct EvenRows {
 };
 
 // Rows of more bytes would leave the nearest cache before their turn, if they were asked for a row ahead.
-constexpr ptrdiff_t kLongRow = 12 * 1024;
+constexpr ptrdiff_t kLongRow = 12288;
 constexpr ptrdiff_t kLater = 1024;
 
 // While a row is made, the source's rows for the next one are asked for in the order of their addresses. The processor
 // goes on from there on its own, which it doesn't where rows are read two at a time. Of long rows it is what comes a
-// little later.
+// little later in both.
 template <class Form>
 OWN_INLINE void reduceRows(const EvenRows& rows) {
     constexpr ptrdiff_t n = Form::kValues;
@@ -174,6 +174,7 @@ OWN_INLINE void reduceRows(const EvenRows& rows) {
     const ptrdiff_t width = rows.size.width;
     const ptrdiff_t height = rows.size.height;
     const ptrdiff_t rowBytes = width * Form::kSrc / Form::kDst * n;
+    const bool isLong = rowBytes > kLongRow;
     for (ptrdiff_t y = 0; y < height; y++) {
         const ptrdiff_t first = y * Form::kSrc / Form::kDst;
         const ptrdiff_t nNew = (y + 1) * Form::kSrc / Form::kDst - first;
@@ -181,20 +182,18 @@ OWN_INLINE void reduceRows(const EvenRows& rows) {
         const uint8_t* b = a + step;
         const uint8_t* next = y + 1 < height ? a + nNew * step : a;
         const uint8_t* firstNew = next + (2 - nNew) * step;
+        // Two stretches of memory, one after the other, and the distance of what is asked for besides.
+        const uint8_t* soon = isLong ? a : firstNew;
+        const uint8_t* then = isLong ? next : firstNew + step;
+        const ptrdiff_t beside = isLong ? step : blockBytes;
         uint8_t* d = rows.dst + y * rows.dstStep;
         ptrdiff_t x = 0;
+        ptrdiff_t ahead = isLong ? kLater : 0;
         for (ptrdiff_t from = 0; x + most <= width; x += most, from += blockBytes) {
-            if (rowBytes > kLongRow) {
-                const ptrdiff_t at = from + kLater;
-                const uint8_t* soon = at < rowBytes ? a + at : next + (at - rowBytes);
-                prefetch<blockBytes>(soon);
-                prefetch<blockBytes>(soon + step);
-            } else {
-                const ptrdiff_t at = from * nNew;
-                const uint8_t* soon = at < rowBytes ? firstNew + at : firstNew + step + (at - rowBytes);
-                prefetch<blockBytes>(soon);
-                if (nNew == 2) prefetch<blockBytes>(soon + blockBytes);
-            }
+            const uint8_t* lines = ahead < rowBytes ? soon + ahead : then + (ahead - rowBytes);
+            prefetch<blockBytes>(lines);
+            prefetch<blockBytes>(lines + beside);
+            ahead += isLong ? blockBytes : nNew * blockBytes;
             Form::row(a + from, b + from, y, d + x * n, most);
         }
         const ptrdiff_t from = x * Form::kSrc / Form::kDst * n;
