@@ -158,8 +158,13 @@ struct EvenRows {
     Size size; // of the results
 };
 
+// Rows of more bytes would leave the nearest cache before their turn, if they were asked for a row ahead.
+constexpr ptrdiff_t kLongRow = 12288;
+constexpr ptrdiff_t kLater = 1024;
+
 // While a row is made, the source's rows for the next one are asked for in the order of their addresses. The processor
-// goes on from there on its own, which it doesn't where rows are read two at a time.
+// goes on from there on its own, which it doesn't where rows are read two at a time. Of long rows it is what comes a
+// little later in both.
 template <class Form>
 OWN_INLINE void reduceRows(const EvenRows& rows) {
     constexpr ptrdiff_t n = Form::kValues;
@@ -169,19 +174,26 @@ OWN_INLINE void reduceRows(const EvenRows& rows) {
     const ptrdiff_t width = rows.size.width;
     const ptrdiff_t height = rows.size.height;
     const ptrdiff_t rowBytes = width * Form::kSrc / Form::kDst * n;
+    const bool isLong = rowBytes > kLongRow;
     for (ptrdiff_t y = 0; y < height; y++) {
         const ptrdiff_t first = y * Form::kSrc / Form::kDst;
-        const ptrdiff_t nNext = (y + 1) * Form::kSrc / Form::kDst - first;
+        const ptrdiff_t nNew = (y + 1) * Form::kSrc / Form::kDst - first;
         const uint8_t* a = rows.src + first * step;
         const uint8_t* b = a + step;
-        const uint8_t* next = y + 1 < height ? b + step : a;
+        const uint8_t* next = y + 1 < height ? a + nNew * step : a;
+        const uint8_t* firstNew = next + (2 - nNew) * step;
+        // Two stretches of memory, one after the other, and the distance of what is asked for besides.
+        const uint8_t* soon = isLong ? a : firstNew;
+        const uint8_t* then = isLong ? next : firstNew + step;
+        const ptrdiff_t beside = isLong ? step : blockBytes;
         uint8_t* d = rows.dst + y * rows.dstStep;
         ptrdiff_t x = 0;
-        for (ptrdiff_t from = 0, ahead = 0; x + most <= width; x += most, from += blockBytes) {
-            const uint8_t* soon = ahead < rowBytes ? next + ahead : next + step + (ahead - rowBytes);
-            prefetch<blockBytes>(soon);
-            if (nNext == 2) prefetch<blockBytes>(soon + blockBytes);
-            ahead += nNext * blockBytes;
+        ptrdiff_t ahead = isLong ? kLater : 0;
+        for (ptrdiff_t from = 0; x + most <= width; x += most, from += blockBytes) {
+            const uint8_t* lines = ahead < rowBytes ? soon + ahead : then + (ahead - rowBytes);
+            prefetch<blockBytes>(lines);
+            prefetch<blockBytes>(lines + beside);
+            ahead += isLong ? blockBytes : nNew * blockBytes;
             Form::row(a + from, b + from, y, d + x * n, most);
         }
         const ptrdiff_t from = x * Form::kSrc / Form::kDst * n;
