@@ -6,7 +6,7 @@
 // compiler's own options name, as sanitizers and coverage need.
 //
 // OWN_WIDE_KERNEL has a third copy. It is for kernels that do much with each value they load, which the third set's
-// registers and selections make faster by a quarter and more; where memory is the limit it would only be more code.
+// registers and selections make faster by a tenth to two fifths; where memory is the limit it would only be more code.
 #if defined(__x86_64__) && defined(__ELF__) && !defined(TOV_NO_MULTIVERSION)
 #define OWN_KERNEL __attribute__((target_clones("default", "avx2")))
 #if defined(__clang__)

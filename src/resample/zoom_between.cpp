@@ -345,10 +345,10 @@ OWN_INLINE bool zoomBytes(const ZoomArgs& args) {
                    [&](int32_t plane, int32_t y, uint8_t* d) OWN_INLINE_LAMBDA { zoom.row(plane, y, d); });
 }
 
-OWN_KERNEL bool ownZoomLinear_8u(const ZoomArgs& args) { return zoomBytes<Linear>(args); }
-OWN_KERNEL bool ownZoomLinear_16u(const ZoomArgs& args) { return zoomExactly<uint16_t, Linear>(args); }
-OWN_KERNEL bool ownZoomCubic_8u(const ZoomArgs& args) { return zoomBytes<Cubic>(args); }
-OWN_KERNEL bool ownZoomCubic_16u(const ZoomArgs& args) { return zoomExactly<uint16_t, Cubic>(args); }
+OWN_WIDE_KERNEL bool ownZoomLinear_8u(const ZoomArgs& args) { return zoomBytes<Linear>(args); }
+OWN_WIDE_KERNEL bool ownZoomLinear_16u(const ZoomArgs& args) { return zoomExactly<uint16_t, Linear>(args); }
+OWN_WIDE_KERNEL bool ownZoomCubic_8u(const ZoomArgs& args) { return zoomBytes<Cubic>(args); }
+OWN_WIDE_KERNEL bool ownZoomCubic_16u(const ZoomArgs& args) { return zoomExactly<uint16_t, Cubic>(args); }
 
 } // namespace
 
