@@ -53,29 +53,64 @@ OWN_INLINE Footprint footprintOf(const Lane<T>& lane, const Span& span) {
     return {lane.first, values * ptrdiff_t{sizeof(T)}, lane.rowStep, span.height, lane.planeStep, span.nPlanes};
 }
 
+// to = formula(s...) for Block values.
+template <ptrdiff_t Block, class Formula, class D, class... S>
+OWN_INLINE void formBlock(Formula formula, D* to, const S*... s) {
+    OWN_EACH_OF_BLOCK
+    for (ptrdiff_t i = 0; i < Block; i++) to[i] = formula(s[i]...);
+}
+template <ptrdiff_t Block, class D>
+OWN_INLINE void storeBlock(D* d, const D (&values)[Block]) {
+    OWN_EACH_OF_BLOCK
+    for (ptrdiff_t i = 0; i < Block; i++) d[i] = values[i];
+}
+
+// Block to twice as many values, in two blocks. They overlap, and the destination may be a source as well, so both are
+// worked out before one is stored: no value is left over for a slower loop.
+template <ptrdiff_t Block, class Formula, class D, class... S>
+OWN_INLINE void twoBlocks(Formula formula, ptrdiff_t count, D* d, const S*... s) {
+    D first[Block];
+    D last[Block];
+    formBlock<Block>(formula, first, s...);
+    formBlock<Block>(formula, last, s + (count - Block)...);
+    storeBlock<Block>(d, first);
+    storeBlock<Block>(d + (count - Block), last);
+}
+
 // At least Block values, in blocks that begin where the destination's address is a multiple of their size. What stands
-// before and behind those is covered by two blocks more. They overlap the others, so they are worked out first, since
-// the destination may be a source as well, and stored last: no value is left over for a slower loop.
+// before and behind those is covered by blocks that overlap them, again worked out before what they overlap is stored.
+// At the end that is the last one of the others: were those values needed at once, a long row from memory would wait
+// for its far end.
 template <ptrdiff_t Block, class Formula, class D, class... S>
 OWN_INLINE void blockRun(Formula formula, ptrdiff_t count, D* d, const S*... s) {
     D first[Block];
-    for (ptrdiff_t i = 0; i < Block; i++) first[i] = formula(s[i]...);
+    formBlock<Block>(formula, first, s...);
+    const ptrdiff_t tail = count - Block;
+    ptrdiff_t at = Block - (static_cast<ptrdiff_t>(reinterpret_cast<uintptr_t>(d) / sizeof(D)) & (Block - 1));
+    for (; at <= tail - Block; at += Block) formBlock<Block>(formula, d + at, s + at...);
+    if (at > tail) at = tail;
+    D middle[Block];
     D last[Block];
-    for (ptrdiff_t i = 0; i < Block; i++) last[i] = formula(s[count - Block + i]...);
-    const ptrdiff_t head = Block - (static_cast<ptrdiff_t>(reinterpret_cast<uintptr_t>(d) / sizeof(D)) & (Block - 1));
-    const ptrdiff_t whole = (count - head) & -Block;
-    OWN_EACH
-    for (ptrdiff_t i = 0; i < whole; i++) d[head + i] = formula(s[head + i]...);
-    std::memcpy(d, first, sizeof first);
-    std::memcpy(d + count - Block, last, sizeof last);
+    formBlock<Block>(formula, middle, s + at...);
+    formBlock<Block>(formula, last, s + tail...);
+    storeBlock<Block>(d, first);
+    storeBlock<Block>(d + at, middle);
+    storeBlock<Block>(d + tail, last);
 }
 
-// Fewer values than fill a vector.
+// Fewer values than twice a block.
+template <ptrdiff_t Block, class Formula, class D, class... S>
+OWN_INLINE void fewValues(Formula formula, ptrdiff_t count, D* d, const S*... s) {
+    if constexpr (Block >= 4) {
+        if (count >= Block) return twoBlocks<Block>(formula, count, d, s...);
+        fewValues<Block / 2>(formula, count, d, s...);
+    } else {
+        for (ptrdiff_t i = 0; i < count; i++) d[i] = formula(s[i]...);
+    }
+}
 template <class Formula, class D, class... S>
 OWN_SHARED void shortRun(Formula formula, ptrdiff_t count, D* d, const S*... s) {
-    constexpr ptrdiff_t kBlock = 8 / sizeof(D);
-    if (count >= kBlock) return blockRun<kBlock>(formula, count, d, s...);
-    for (ptrdiff_t i = 0; i < count; i++) d[i] = formula(s[i]...);
+    fewValues<16 / sizeof(D)>(formula, count, d, s...);
 }
 
 // d = formula(s...) for `count` neighbouring values in rows that are the same or disjoint.
