@@ -1,6 +1,7 @@
 // The lock-step walk: one formula over the same rectangle of any number of images, cut into runs of values.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -108,19 +109,19 @@ OWN_INLINE void fewValues(Formula formula, ptrdiff_t count, D* d, const S*... s)
         for (ptrdiff_t i = 0; i < count; i++) d[i] = formula(s[i]...);
     }
 }
-template <class Formula, class D, class... S>
+template <ptrdiff_t Block, class Formula, class D, class... S>
 OWN_SHARED void shortRun(Formula formula, ptrdiff_t count, D* d, const S*... s) {
-    fewValues<16 / sizeof(D)>(formula, count, d, s...);
+    fewValues<Block>(formula, count, d, s...);
 }
 
 // d = formula(s...) for `count` neighbouring values in rows that are the same or disjoint.
 template <class Formula, class D, class... S>
 OWN_INLINE void denseRun(Formula formula, ptrdiff_t count, D* d, const S*... s) {
-    constexpr ptrdiff_t kBlock = 32 / sizeof(D);
+    constexpr ptrdiff_t kBlock = 32 / std::min({sizeof(D), sizeof(S)...});
     if (count >= kBlock) {
         blockRun<kBlock>(formula, count, d, s...);
     } else {
-        shortRun(formula, count, d, s...);
+        shortRun<kBlock / 2>(formula, count, d, s...);
     }
 }
 

@@ -44,9 +44,8 @@ void ownCopyBytes(const uint8_t* source, uint8_t* target, ptrdiff_t count) {
 }
 
 // Rows of bytes in planes.
-template <class T>
-OWN_INLINE void copyRows(const CopyArgs& args) {
-    const ptrdiff_t rowBytes = args.rowValues * ptrdiff_t{sizeof(T)};
+OWN_KERNEL void ownCopyRows(const CopyArgs& args) {
+    const ptrdiff_t rowBytes = args.rowBytes;
     const auto src = laneOf<const uint8_t>(args.src, 1);
     const auto dst = laneOf<uint8_t>(args.dst, 1);
     const Footprint from = {src.first, rowBytes, src.rowStep, args.size.height, src.planeStep, args.nChProcess};
@@ -132,9 +131,6 @@ OWN_INLINE void setMaskedPlanes(const SetArgs& args) {
     walkLanes<true>(span, args.mask, Constant<T>(args.value), laneOf<T>(args.dst, 1));
 }
 
-OWN_KERNEL void ownCopyRows8(const CopyArgs& args) { copyRows<uint8_t>(args); }
-OWN_KERNEL void ownCopyRows16(const CopyArgs& args) { copyRows<uint16_t>(args); }
-OWN_KERNEL void ownCopyRows32(const CopyArgs& args) { copyRows<uint32_t>(args); }
 OWN_KERNEL void ownCopyPixels8(const CopyArgs& args) { copyPixels<uint8_t, false>(args); }
 OWN_KERNEL void ownCopyPixels16(const CopyArgs& args) { copyPixels<uint16_t, false>(args); }
 OWN_KERNEL void ownCopyPixels32(const CopyArgs& args) { copyPixels<uint32_t, false>(args); }
@@ -160,7 +156,7 @@ OWN_KERNEL void ownSetMaskedPlanes32(const SetArgs& args) { setMaskedPlanes<uint
 
 // Columns: 1, 8, 16, 32 bits a value.
 const MoveKernel<CopyArgs> kCopyKernels[kWalks][4] = {
-    {ownCopyBits, ownCopyRows8, ownCopyRows16, ownCopyRows32},
+    {ownCopyBits, ownCopyRows, ownCopyRows, ownCopyRows},
     {nullptr, ownCopyPixels8, ownCopyPixels16, ownCopyPixels32},
     {nullptr, ownCopyMasked8, ownCopyMasked16, ownCopyMasked32},
     {nullptr, ownCopyMaskedPlanes8, ownCopyMaskedPlanes16, ownCopyMaskedPlanes32},
