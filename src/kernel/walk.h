@@ -172,8 +172,7 @@ constexpr int32_t kLongRun = 512;
 // whose bit is set. Samples that the walk passes over are neither read nor written. With sources that overlap the
 // destination at another position, results follow that order value by value.
 template <bool Masked, class Formula, class D, class... S>
-OWN_INLINE void walkLanes(const Span& span, const MaskLane& mask, Formula formula, const Lane<D>& d,
-                          const Lane<const S>&... s) {
+OWN_INLINE void walkLanes(Span span, MaskLane mask, Formula formula, const Lane<D>& d, const Lane<const S>&... s) {
     if (span.width <= 0 || span.height <= 0) return;
     const bool dense = d.pixelStep == span.nValues && ((s.pixelStep == span.nValues) && ... && true) &&
                        !(overlapsElsewhere(footprintOf(d, span), footprintOf(s, span)) || ... || false);
