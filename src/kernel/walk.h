@@ -10,6 +10,7 @@
 #include "kernel/kernel.h"
 #include "kernel/maskruns.h"
 #include "kernel/overlap.h"
+#include "kernel/word.h"
 
 namespace tov {
 
@@ -58,12 +59,12 @@ OWN_INLINE Footprint footprintOf(const Lane<T>& lane, const Span& span) {
 template <ptrdiff_t Block, class Formula, class D, class... S>
 OWN_INLINE void formBlock(Formula formula, D* to, const S*... s) {
     OWN_EACH_OF_BLOCK
-    for (ptrdiff_t i = 0; i < Block; i++) to[i] = formula(s[i]...);
+    for (ptrdiff_t i = 0; i < Block; i++) setValueAt<D>(to, i, formula(valueAt(s, i)...));
 }
 template <ptrdiff_t Block, class D>
 OWN_INLINE void storeBlock(D* d, const D (&values)[Block]) {
     OWN_EACH_OF_BLOCK
-    for (ptrdiff_t i = 0; i < Block; i++) d[i] = values[i];
+    for (ptrdiff_t i = 0; i < Block; i++) setValueAt(d, i, values[i]);
 }
 
 // Block to twice as many values, in two blocks. They overlap, and the destination may be a source as well, so both are
@@ -106,7 +107,7 @@ OWN_INLINE void fewValues(Formula formula, ptrdiff_t count, D* d, const S*... s)
         if (count >= Block) return twoBlocks<Block>(formula, count, d, s...);
         fewValues<Block / 2>(formula, count, d, s...);
     } else {
-        for (ptrdiff_t i = 0; i < count; i++) d[i] = formula(s[i]...);
+        for (ptrdiff_t i = 0; i < count; i++) setValueAt<D>(d, i, formula(valueAt(s, i)...));
     }
 }
 template <ptrdiff_t Block, class Formula, class D, class... S>
@@ -129,7 +130,9 @@ template <int32_t NValues, class Formula, class D, class... S>
 OWN_INLINE void stridedPixels(Formula formula, ptrdiff_t count, int32_t nValues, Stride<D> d, Stride<const S>... s) {
     const int32_t n = NValues != 0 ? NValues : nValues;
     for (ptrdiff_t i = 0; i < count; i++) {
-        for (int32_t c = 0; c < n; c++) d.at[i * d.step + c] = formula(s.at[i * s.step + c]...);
+        for (int32_t c = 0; c < n; c++) {
+            setValueAt<D>(d.at, i * d.step + c, formula(valueAt(s.at, i * s.step + c)...));
+        }
     }
 }
 
@@ -169,8 +172,8 @@ OWN_SHARED void chosenRun(Formula formula, uint64_t bits, int32_t nValues, Strid
 constexpr int32_t kLongRun = 512;
 
 // The walk: planes (see Span), rows from the first one, pixels from left to right; where mask.first is set, only pixels
-// whose bit is set. Samples that the walk passes over are neither read nor written. With sources that overlap the
-// destination at another position, results follow that order value by value.
+// whose bit is set. Samples that the walk passes over are neither read nor written. Rows may begin at any address. With
+// sources that overlap the destination at another position, results follow that order value by value.
 template <bool Masked, class Formula, class D, class... S>
 OWN_INLINE void walkLanes(Span span, MaskLane mask, Formula formula, const Lane<D>& d, const Lane<const S>&... s) {
     if (span.width <= 0 || span.height <= 0) return;

@@ -96,7 +96,9 @@ OWN_INLINE void copyMaskedPlanes(const CopyArgs& args) {
         const uint8_t* bits = args.mask.first + y * args.mask.rowStep;
         for (int32_t x = 0; x < span.width; x++) {
             if (bitsAt(bits, ptrdiff_t{args.mask.bitOffset} + x, 1) == 0) continue;
-            for (int32_t plane = 0; plane < span.nPlanes; plane++) dst.row(plane, y)[x] = src.row(plane, y)[x];
+            for (int32_t plane = 0; plane < span.nPlanes; plane++) {
+                setValueAt(dst.row(plane, y), x, valueAt(src.row(plane, y), x));
+            }
         }
     }
 }
