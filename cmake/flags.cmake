@@ -1,4 +1,5 @@
-# Compiler flags, as interface targets: tov_arithmetic (the same bits from every compiler and machine) and tov_warnings.
+# Compiler flags, as interface targets: tov_arithmetic (the same bits from every compiler and machine), tov_speed and
+# tov_warnings.
 
 set(TOV_GNU_LIKE FALSE)
 if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND NOT MSVC)
@@ -17,6 +18,17 @@ elseif(MSVC)
 endif()
 if(TOV_ISA OR TOV_COVERAGE OR TOV_SANITIZE)
     target_compile_definitions(tov_arithmetic INTERFACE TOV_NO_MULTIVERSION)
+endif()
+
+# For the kernels, and for the loops that they are measured against. A loop of a few instructions takes twice as long
+# where it lies across two cache lines. g++ would make calls of memcpy and memset from blocks that are to stay in
+# registers, and from short runs.
+add_library(tov_speed INTERFACE)
+if(TOV_GNU_LIKE)
+    target_compile_options(tov_speed INTERFACE $<$<CONFIG:Release,RelWithDebInfo>:-O3> -falign-loops=32)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        target_compile_options(tov_speed INTERFACE -fno-tree-loop-distribute-patterns)
+    endif()
 endif()
 
 add_library(tov_warnings INTERFACE)

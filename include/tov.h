@@ -212,25 +212,25 @@ typedef struct TovTileInfo {
 
 /* An image header. Either imageData or tileInfo is set. */
 struct TovImage {
-    int32_t headerSize;       /* size of this record in bytes; no operation reads it */
-    int32_t headerVersion;    /* 0; no operation reads it */
-    int32_t nChannels;        /* at least 1, alpha included */
-    int32_t alphaChannel;     /* 0: none; otherwise nChannels: alpha is the last channel */
-    uint32_t depth;           /* TOV_DEPTH_* */
-    char colorModel[4];       /* such as "GRAY" or "RGB", filled up with zeros */
-    char channelSeq[4];       /* such as "G" or "BGRA", filled up with zeros */
-    int32_t dataOrder;        /* TOV_DATA_ORDER_* */
-    int32_t origin;           /* TOV_ORIGIN_*; row y is the y-th stored row in any case */
-    int32_t align;            /* TOV_ALIGN_* */
-    int32_t width;            /* in pixels, at least 1 */
-    int32_t height;           /* in rows, at least 1 */
-    TovROI* roi;              /* null: the whole image, all channels */
-    TovImage* maskROI;        /* null: no mask; otherwise a plain 1-bit image */
-    void* imageId;            /* the caller's own word */
-    TovTileInfo* tileInfo;    /* of a tiled image, else null */
-    int32_t imageSize;        /* bytes of pixel data */
-    uint8_t* imageData;       /* first byte of the first row, aligned to the values; null for a tiled image */
-    int32_t widthStep;        /* bytes from one row to the next, a multiple of the value's size */
+    int32_t headerSize;    /* size of this record in bytes; no operation reads it */
+    int32_t headerVersion; /* 0; no operation reads it */
+    int32_t nChannels;     /* at least 1, alpha included */
+    int32_t alphaChannel;  /* 0: none; otherwise nChannels: alpha is the last channel */
+    uint32_t depth;        /* TOV_DEPTH_* */
+    char colorModel[4];    /* such as "GRAY" or "RGB", filled up with zeros */
+    char channelSeq[4];    /* such as "G" or "BGRA", filled up with zeros */
+    int32_t dataOrder;     /* TOV_DATA_ORDER_* */
+    int32_t origin;        /* TOV_ORIGIN_*; row y is the y-th stored row in any case */
+    int32_t align;         /* TOV_ALIGN_* */
+    int32_t width;         /* in pixels, at least 1 */
+    int32_t height;        /* in rows, at least 1 */
+    TovROI* roi;           /* null: the whole image, all channels */
+    TovImage* maskROI;     /* null: no mask; otherwise a plain 1-bit image */
+    void* imageId;         /* the caller's own word */
+    TovTileInfo* tileInfo; /* of a tiled image, else null */
+    int32_t imageSize;     /* bytes of pixel data */
+    uint8_t* imageData; /* first row; aligned to the values unless a chapter allows more; null for a tiled image */
+    int32_t widthStep;  /* bytes from one row to the next, a multiple of the value's size */
     int32_t borderMode[4];    /* TOV_BORDER_* by side; the low two bits count */
     int32_t borderConst[4];   /* by side */
     uint8_t* imageDataOrigin; /* the block that tovAllocateImage made; null when imageData is the caller's */
@@ -279,7 +279,8 @@ TOV_API void tovSetBorderMode(TovImage* image, int32_t mode, int32_t sides, int3
  * Arithmetic
  *
  * Each destination may be one of the sources. Depths and data orders must agree; origin, align and sizes need not. Each
- * image contributes the channels that the head of this file says, and the numbers must agree.
+ * image contributes the channels that the head of this file says, and the numbers must agree. Pixel data may begin at
+ * any address.
  *
  * Reports: the code of a faulty header with "Incorrect Image"; TOV_STS_BAD_ARG with the comparison that failed, such as
  * "(nChSrcA != nChDst)", or with the source or destination whose tile could not be had; TOV_STS_NO_MEMORY with
@@ -300,6 +301,8 @@ TOV_API void tovSubtract(TovImage* srcImageA, TovImage* srcImageB, TovImage* dst
 
 /* ------------------------------------------------------------------------------------------------------------------
  * Copying and filling
+ *
+ * Pixel data may begin at any address.
  * --------------------------------------------------------------------------------------------------------------- */
 
 /*

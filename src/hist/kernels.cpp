@@ -78,15 +78,22 @@ OWN_INLINE void mapRun(const Tables<T>& tables, int32_t count, int32_t n, Stride
     }
 }
 
+// Whether all channels of both images take part, in memory that is the same or disjoint.
+template <class T>
+bool isWhole(const MapArgs& args, const Lane<T>& dst, const Lane<const T>& src) {
+    const int32_t n = args.src.nChannels;
+    const Span span = {args.size.width, args.size.height, 1, n};
+    return src.pixelStep == n && dst.pixelStep == n &&
+           !overlapsElsewhere(footprintOf(dst, span), footprintOf(src, span));
+}
+
 template <class T>
 OWN_INLINE void mapPixels(const MapArgs& args) {
     const auto src = laneOf<const T>(args.src, args.srcPixelStep);
     const auto dst = laneOf<T>(args.dst, args.dstPixelStep);
     const Tables<T> tables = {args.tables, 0};
     const int32_t n = args.src.nChannels;
-    const Span span = {args.size.width, args.size.height, 1, n};
-    const bool whole = args.srcPixelStep == n && args.dstPixelStep == n &&
-                       !overlapsElsewhere(footprintOf(dst, span), footprintOf(src, span));
+    const bool whole = isWhole(args, dst, src);
     for (int32_t y = 0; y < args.size.height; y++) {
         const ptrdiff_t values = ptrdiff_t{args.size.width} * n;
         if (whole && n == 3) {
@@ -106,11 +113,18 @@ OWN_INLINE void mapMasked(const MapArgs& args) {
     const ptrdiff_t srcValueStep = Planes ? src.planeStep / ptrdiff_t{sizeof(T)} : 1;
     const ptrdiff_t dstValueStep = Planes ? dst.planeStep / ptrdiff_t{sizeof(T)} : 1;
     const Tables<T> tables = {args.tables, 0};
+    const int32_t n = args.src.nChannels;
+    const bool gray = n == 1 && isWhole(args, dst, src);
     for (int32_t y = 0; y < args.size.height; y++) {
         const uint8_t* bits = args.mask.first + y * args.mask.rowStep;
         for (MaskRuns runs(bits, args.mask.bitOffset, args.size.width); runs.next();) {
-            mapRun(tables, runs.length, args.src.nChannels, dst.pixel(0, y, runs.start), src.pixel(0, y, runs.start),
-                   dstValueStep, srcValueStep);
+            const auto to = dst.pixel(0, y, runs.start);
+            const auto from = src.pixel(0, y, runs.start);
+            if (gray) {
+                mapRow<1>(tables, runs.length, to.at, from.at);
+            } else {
+                mapRun(tables, runs.length, n, to, from, dstValueStep, srcValueStep);
+            }
         }
     }
 }

@@ -64,3 +64,11 @@ OWN_INLINE void prefetchStart(const void* row) { prefetch<6 * 64>(row); }
 #else
 #define OWN_EACH_8
 #endif
+
+// Heads a loop like that over the few values of a block, whose number the compiler knows: clang makes single steps of
+// such a loop before it looks for vectors.
+#if defined(__clang__)
+#define OWN_EACH_OF_BLOCK _Pragma("clang loop vectorize(assume_safety) unroll(disable)")
+#else
+#define OWN_EACH_OF_BLOCK OWN_EACH
+#endif

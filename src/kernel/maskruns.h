@@ -90,7 +90,10 @@ OWN_SHARED BitStretch stretchOfOnes(const uint8_t* row, int32_t bit, int32_t wid
 template <bool Ragged>
 class MaskRunsOf {
 public:
-    OWN_INLINE MaskRunsOf(const uint8_t* row, int32_t bit, int32_t width) : bytes_(row), next_(-bit), width_(width) {
+    OWN_INLINE MaskRunsOf(const uint8_t* row, int32_t bit, int32_t width) : bytes_(row), behind_(-bit) {
+        const ptrdiff_t end = width > 0 ? ptrdiff_t{bit} + width : 0;
+        whole_ = row + (end >> 6) * 8;
+        rest_ = static_cast<int32_t>(end & 63);
         if (load()) word_ &= ~uint64_t{0} >> bit;
     }
 
@@ -100,17 +103,18 @@ public:
             if (!load()) return false;
         }
         const int32_t zeros = leadingZeros(word_);
-        start = static_cast<int32_t>(next_ - 64 + zeros);
+        start = static_cast<int32_t>(behind_ - 64 + zeros);
         bits = 0;
         if (Ragged && countOnes(word_ & ~(word_ >> 1)) >= kManyRuns) {
             bits = word_ << zeros;
             word_ = 0;
             return true;
         }
-        const uint64_t rest = ~(word_ << zeros);
-        length = rest == 0 ? 64 : leadingZeros(rest);
-        if (zeros + length < 64) {
-            word_ &= ~uint64_t{0} >> (zeros + length);
+        const uint64_t clear = ~word_ & ~uint64_t{0} >> zeros;
+        if (clear != 0) {
+            const int32_t end = leadingZeros(clear);
+            length = end - zeros;
+            word_ &= ~uint64_t{0} >> end;
         } else {
             growPastWord();
         }
@@ -128,36 +132,40 @@ private:
     // clear bits.
     OWN_INLINE bool load() {
         word_ = 0;
-        const int64_t left = width_ - next_;
-        if (left <= 0) return false;
-        word_ = bitsAt(bytes_, 0, left < 64 ? static_cast<int32_t>(left) : 64);
+        if (bytes_ < whole_) {
+            word_ = bigEndian64(bytes_);
+        } else {
+            if (rest_ == 0) return false;
+            word_ = someBitsAt(bytes_, 0, rest_);
+            rest_ = 0;
+        }
         bytes_ += 8;
-        next_ += 64;
+        behind_ += 64;
         return true;
     }
 
     // Passes whole words that are all clear (0) or all set (~0).
     OWN_INLINE void skip(uint64_t pattern) {
-        for (; width_ - next_ >= 64; bytes_ += 8, next_ += 64) {
-            if (bigEndian64(bytes_) != pattern) break;
-        }
+        const uint8_t* const from = bytes_;
+        while (bytes_ < whole_ && bigEndian64(bytes_) == pattern) bytes_ += 8;
+        behind_ += (bytes_ - from) * 8;
     }
 
     // The run reaches the end of its word: whole words and the beginning of the next one may belong to it.
     OWN_INLINE void growPastWord() {
-        const int64_t end = next_;
         skip(~uint64_t{0});
-        length += static_cast<int32_t>(next_ - end);
+        length = static_cast<int32_t>(behind_ - start);
         if (!load()) return;
         const int32_t ones = leadingZeros(~word_);
         length += ones;
         word_ &= ~uint64_t{0} >> ones;
     }
 
-    const uint8_t* bytes_;
-    int64_t next_; // the pixel behind the word
-    int64_t width_;
-    uint64_t word_ = 0; // the bits of 64 pixels that are still to be given
+    const uint8_t* bytes_; // the next word
+    const uint8_t* whole_; // the end of whole words
+    int64_t behind_;       // the pixel behind the word
+    int32_t rest_;         // bits that don't fill a word and are still to be loaded
+    uint64_t word_ = 0;    // the bits of 64 pixels that are still to be given
 };
 
 using MaskRuns = MaskRunsOf<false>;

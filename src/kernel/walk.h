@@ -1,6 +1,7 @@
 // The lock-step walk: one formula over the same rectangle of any number of images, cut into runs of values.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -9,6 +10,7 @@
 #include "kernel/kernel.h"
 #include "kernel/maskruns.h"
 #include "kernel/overlap.h"
+#include "kernel/word.h"
 
 namespace tov {
 
@@ -53,39 +55,74 @@ OWN_INLINE Footprint footprintOf(const Lane<T>& lane, const Span& span) {
     return {lane.first, values * ptrdiff_t{sizeof(T)}, lane.rowStep, span.height, lane.planeStep, span.nPlanes};
 }
 
+// to = formula(s...) for Block values.
+template <ptrdiff_t Block, class Formula, class D, class... S>
+OWN_INLINE void formBlock(Formula formula, D* to, const S*... s) {
+    OWN_EACH_OF_BLOCK
+    for (ptrdiff_t i = 0; i < Block; i++) setValueAt<D>(to, i, formula(valueAt(s, i)...));
+}
+template <ptrdiff_t Block, class D>
+OWN_INLINE void storeBlock(D* d, const D (&values)[Block]) {
+    OWN_EACH_OF_BLOCK
+    for (ptrdiff_t i = 0; i < Block; i++) setValueAt(d, i, values[i]);
+}
+
+// Block to twice as many values, in two blocks. They overlap, and the destination may be a source as well, so both are
+// worked out before one is stored: no value is left over for a slower loop.
+template <ptrdiff_t Block, class Formula, class D, class... S>
+OWN_INLINE void twoBlocks(Formula formula, ptrdiff_t count, D* d, const S*... s) {
+    D first[Block];
+    D last[Block];
+    formBlock<Block>(formula, first, s...);
+    formBlock<Block>(formula, last, s + (count - Block)...);
+    storeBlock<Block>(d, first);
+    storeBlock<Block>(d + (count - Block), last);
+}
+
 // At least Block values, in blocks that begin where the destination's address is a multiple of their size. What stands
-// before and behind those is covered by two blocks more. They overlap the others, so they are worked out first, since
-// the destination may be a source as well, and stored last: no value is left over for a slower loop.
+// before and behind those is covered by blocks that overlap them, again worked out before what they overlap is stored.
+// At the end that is the last one of the others: were those values needed at once, a long row from memory would wait
+// for its far end.
 template <ptrdiff_t Block, class Formula, class D, class... S>
 OWN_INLINE void blockRun(Formula formula, ptrdiff_t count, D* d, const S*... s) {
     D first[Block];
-    for (ptrdiff_t i = 0; i < Block; i++) first[i] = formula(s[i]...);
+    formBlock<Block>(formula, first, s...);
+    const ptrdiff_t tail = count - Block;
+    ptrdiff_t at = Block - (static_cast<ptrdiff_t>(reinterpret_cast<uintptr_t>(d) / sizeof(D)) & (Block - 1));
+    for (; at <= tail - Block; at += Block) formBlock<Block>(formula, d + at, s + at...);
+    if (at > tail) at = tail;
+    D middle[Block];
     D last[Block];
-    for (ptrdiff_t i = 0; i < Block; i++) last[i] = formula(s[count - Block + i]...);
-    const ptrdiff_t head = Block - (static_cast<ptrdiff_t>(reinterpret_cast<uintptr_t>(d) / sizeof(D)) & (Block - 1));
-    const ptrdiff_t whole = (count - head) & -Block;
-    OWN_EACH
-    for (ptrdiff_t i = 0; i < whole; i++) d[head + i] = formula(s[head + i]...);
-    std::memcpy(d, first, sizeof first);
-    std::memcpy(d + count - Block, last, sizeof last);
+    formBlock<Block>(formula, middle, s + at...);
+    formBlock<Block>(formula, last, s + tail...);
+    storeBlock<Block>(d, first);
+    storeBlock<Block>(d + at, middle);
+    storeBlock<Block>(d + tail, last);
 }
 
-// Fewer values than fill a vector.
-template <class Formula, class D, class... S>
+// Fewer values than twice a block.
+template <ptrdiff_t Block, class Formula, class D, class... S>
+OWN_INLINE void fewValues(Formula formula, ptrdiff_t count, D* d, const S*... s) {
+    if constexpr (Block >= 4) {
+        if (count >= Block) return twoBlocks<Block>(formula, count, d, s...);
+        fewValues<Block / 2>(formula, count, d, s...);
+    } else {
+        for (ptrdiff_t i = 0; i < count; i++) setValueAt<D>(d, i, formula(valueAt(s, i)...));
+    }
+}
+template <ptrdiff_t Block, class Formula, class D, class... S>
 OWN_SHARED void shortRun(Formula formula, ptrdiff_t count, D* d, const S*... s) {
-    constexpr ptrdiff_t kBlock = 8 / sizeof(D);
-    if (count >= kBlock) return blockRun<kBlock>(formula, count, d, s...);
-    for (ptrdiff_t i = 0; i < count; i++) d[i] = formula(s[i]...);
+    fewValues<Block>(formula, count, d, s...);
 }
 
 // d = formula(s...) for `count` neighbouring values in rows that are the same or disjoint.
 template <class Formula, class D, class... S>
 OWN_INLINE void denseRun(Formula formula, ptrdiff_t count, D* d, const S*... s) {
-    constexpr ptrdiff_t kBlock = 32 / sizeof(D);
+    constexpr ptrdiff_t kBlock = 32 / std::min({sizeof(D), sizeof(S)...});
     if (count >= kBlock) {
         blockRun<kBlock>(formula, count, d, s...);
     } else {
-        shortRun(formula, count, d, s...);
+        shortRun<kBlock / 2>(formula, count, d, s...);
     }
 }
 
@@ -93,7 +130,9 @@ template <int32_t NValues, class Formula, class D, class... S>
 OWN_INLINE void stridedPixels(Formula formula, ptrdiff_t count, int32_t nValues, Stride<D> d, Stride<const S>... s) {
     const int32_t n = NValues != 0 ? NValues : nValues;
     for (ptrdiff_t i = 0; i < count; i++) {
-        for (int32_t c = 0; c < n; c++) d.at[i * d.step + c] = formula(s.at[i * s.step + c]...);
+        for (int32_t c = 0; c < n; c++) {
+            setValueAt<D>(d.at, i * d.step + c, formula(valueAt(s.at, i * s.step + c)...));
+        }
     }
 }
 
@@ -133,11 +172,10 @@ OWN_SHARED void chosenRun(Formula formula, uint64_t bits, int32_t nValues, Strid
 constexpr int32_t kLongRun = 512;
 
 // The walk: planes (see Span), rows from the first one, pixels from left to right; where mask.first is set, only pixels
-// whose bit is set. Samples that the walk passes over are neither read nor written. With sources that overlap the
-// destination at another position, results follow that order value by value.
+// whose bit is set. Samples that the walk passes over are neither read nor written. Rows may begin at any address. With
+// sources that overlap the destination at another position, results follow that order value by value.
 template <bool Masked, class Formula, class D, class... S>
-OWN_INLINE void walkLanes(const Span& span, const MaskLane& mask, Formula formula, const Lane<D>& d,
-                          const Lane<const S>&... s) {
+OWN_INLINE void walkLanes(Span span, MaskLane mask, Formula formula, const Lane<D>& d, const Lane<const S>&... s) {
     if (span.width <= 0 || span.height <= 0) return;
     const bool dense = d.pixelStep == span.nValues && ((s.pixelStep == span.nValues) && ... && true) &&
                        !(overlapsElsewhere(footprintOf(d, span), footprintOf(s, span)) || ... || false);

@@ -1,4 +1,4 @@
-// Words at any address: 32 bits for runs that go by words whatever the values are, and the bytes of 64 bits.
+// Values and words at any address: 32 bits for runs that go by words whatever the values are, and the bytes of 64 bits.
 #pragma once
 
 #include <cstddef>
@@ -37,6 +37,42 @@ OWN_INLINE uint64_t zeroBytes(uint64_t word) {
     constexpr uint64_t low = UINT64_C(0x7F7F7F7F7F7F7F7F);
     return ~(((word & low) + low) | word | low);
 }
+
+// Value i of a row that may begin anywhere, at an odd address, too. g++ vectorises no copies by memcpy, and holds
+// packed records that lie across each other for disjoint; clang forgets in templates that a type may lie anywhere.
+#if defined(__GNUC__) && !defined(__clang__)
+template <class T>
+struct Unaligned {
+    using Type __attribute__((aligned(1), may_alias)) = T;
+};
+template <class T>
+OWN_INLINE T valueAt(const T* row, ptrdiff_t i) {
+    if constexpr (alignof(T) == 1) {
+        return row[i];
+    } else {
+        return reinterpret_cast<const typename Unaligned<T>::Type*>(row)[i];
+    }
+}
+template <class T>
+OWN_INLINE void setValueAt(T* row, ptrdiff_t i, T value) {
+    if constexpr (alignof(T) == 1) {
+        row[i] = value;
+    } else {
+        reinterpret_cast<typename Unaligned<T>::Type*>(row)[i] = value;
+    }
+}
+#else
+template <class T>
+OWN_INLINE T valueAt(const T* row, ptrdiff_t i) {
+    T value;
+    std::memcpy(&value, row + i, sizeof value);
+    return value;
+}
+template <class T>
+OWN_INLINE void setValueAt(T* row, ptrdiff_t i, T value) {
+    std::memcpy(row + i, &value, sizeof value);
+}
+#endif
 
 // Two and four bytes at any address as a number. In kernels g++ makes wider vectors of these than of copies by
 // memcpy. Name them in declarations: `auto` forgets that they may lie anywhere.

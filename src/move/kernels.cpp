@@ -44,9 +44,8 @@ void ownCopyBytes(const uint8_t* source, uint8_t* target, ptrdiff_t count) {
 }
 
 // Rows of bytes in planes.
-template <class T>
-void ownCopyRows(const CopyArgs& args) {
-    const ptrdiff_t rowBytes = args.rowValues * ptrdiff_t{sizeof(T)};
+OWN_KERNEL void ownCopyRows(const CopyArgs& args) {
+    const ptrdiff_t rowBytes = args.rowBytes;
     const auto src = laneOf<const uint8_t>(args.src, 1);
     const auto dst = laneOf<uint8_t>(args.dst, 1);
     const Footprint from = {src.first, rowBytes, src.rowStep, args.size.height, src.planeStep, args.nChProcess};
@@ -55,14 +54,16 @@ void ownCopyRows(const CopyArgs& args) {
     if (!overlaps && src.first == dst.first) return;
     // Rows without a gap between them are one row.
     const bool gapless = !overlaps && src.rowStep == rowBytes && dst.rowStep == rowBytes;
-    const int32_t nRows = gapless ? 1 : args.size.height;
-    const ptrdiff_t count = gapless ? rowBytes * args.size.height : rowBytes;
     for (int32_t plane = 0; plane < args.nChProcess; plane++) {
-        for (int32_t y = 0; y < nRows; y++) {
+        if (gapless) {
+            std::memcpy(dst.row(plane, 0), src.row(plane, 0), static_cast<size_t>(rowBytes * args.size.height));
+            continue;
+        }
+        for (int32_t y = 0; y < args.size.height; y++) {
             if (overlaps) {
-                ownCopyBytes(src.row(plane, y), dst.row(plane, y), count);
+                ownCopyBytes(src.row(plane, y), dst.row(plane, y), rowBytes);
             } else {
-                std::memcpy(dst.row(plane, y), src.row(plane, y), static_cast<size_t>(count));
+                denseRun(Same{}, rowBytes, dst.row(plane, y), src.row(plane, y));
             }
         }
     }
@@ -95,7 +96,9 @@ OWN_INLINE void copyMaskedPlanes(const CopyArgs& args) {
         const uint8_t* bits = args.mask.first + y * args.mask.rowStep;
         for (int32_t x = 0; x < span.width; x++) {
             if (bitsAt(bits, ptrdiff_t{args.mask.bitOffset} + x, 1) == 0) continue;
-            for (int32_t plane = 0; plane < span.nPlanes; plane++) dst.row(plane, y)[x] = src.row(plane, y)[x];
+            for (int32_t plane = 0; plane < span.nPlanes; plane++) {
+                setValueAt(dst.row(plane, y), x, valueAt(src.row(plane, y), x));
+            }
         }
     }
 }
@@ -103,18 +106,11 @@ OWN_INLINE void copyMaskedPlanes(const CopyArgs& args) {
 template <class T>
 OWN_INLINE void setRows(const SetArgs& args) {
     const auto dst = laneOf<T>(args.dst, 1);
-    const ptrdiff_t rowBytes = args.rowValues * ptrdiff_t{sizeof(T)};
-    const bool gapless = dst.rowStep == rowBytes;
+    const bool gapless = dst.rowStep == args.rowValues * ptrdiff_t{sizeof(T)};
     const int32_t nRows = gapless ? 1 : args.size.height;
     const ptrdiff_t count = gapless ? args.rowValues * args.size.height : args.rowValues;
     for (int32_t plane = 0; plane < args.nChProcess; plane++) {
-        for (int32_t y = 0; y < nRows; y++) {
-            if constexpr (sizeof(T) == 1) {
-                std::memset(dst.row(plane, y), static_cast<uint8_t>(args.value), static_cast<size_t>(count));
-            } else {
-                denseRun(Constant<T>(args.value), count, dst.row(plane, y));
-            }
-        }
+        for (int32_t y = 0; y < nRows; y++) denseRun(Constant<T>(args.value), count, dst.row(plane, y));
     }
 }
 
@@ -162,7 +158,7 @@ OWN_KERNEL void ownSetMaskedPlanes32(const SetArgs& args) { setMaskedPlanes<uint
 
 // Columns: 1, 8, 16, 32 bits a value.
 const MoveKernel<CopyArgs> kCopyKernels[kWalks][4] = {
-    {ownCopyBits, ownCopyRows<uint8_t>, ownCopyRows<uint16_t>, ownCopyRows<uint32_t>},
+    {ownCopyBits, ownCopyRows, ownCopyRows, ownCopyRows},
     {nullptr, ownCopyPixels8, ownCopyPixels16, ownCopyPixels32},
     {nullptr, ownCopyMasked8, ownCopyMasked16, ownCopyMasked32},
     {nullptr, ownCopyMaskedPlanes8, ownCopyMaskedPlanes16, ownCopyMaskedPlanes32},

@@ -11,7 +11,7 @@ struct CopyArgs : PlainPair {
     int32_t srcPixelStep;
     int32_t dstPixelStep;
     Size size;
-    ptrdiff_t rowValues; // neighbouring values in a row, for the walk of rows
+    ptrdiff_t rowBytes; // neighbouring bytes in a row, for the walk of rows
     int32_t nChProcess;
 };
 

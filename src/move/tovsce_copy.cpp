@@ -62,7 +62,7 @@ Walk chooseWalk(const TovImage& src, const TovImage& dst, bool masked, CopyArgs&
     }
     if (planes) return kWalkRows;
     if (src.nChannels != dst.nChannels || args.nChProcess != src.nChannels) return kWalkPixels;
-    args.rowValues *= args.nChProcess;
+    args.rowBytes *= args.nChProcess;
     args.nChProcess = 1;
     return kWalkRows;
 }
@@ -73,7 +73,7 @@ void copyPlain(const TovImage& src, const TovImage& dst, const TovImage* mask, S
     args.srcPixelStep = src.nChannels;
     args.dstPixelStep = dst.nChannels;
     args.size = size;
-    args.rowValues = size.width;
+    args.rowBytes = ptrdiff_t{size.width} * depthBits(src.depth) / 8;
     args.nChProcess = args.src.nChannels;
     const Walk walk = chooseWalk(src, dst, mask != nullptr, args);
     copyKernel(walk, depthBits(src.depth))(args);

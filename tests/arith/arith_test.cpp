@@ -21,6 +21,7 @@ void frugally(Scene& scene, int roles, Call&& call) {
 Sweep sweepOf(const ArithCall& call) {
     Sweep sweep;
     sweep.family.roles = 3;
+    sweep.family.adjust = shiftImages;
     if (!call.floats) sweep.family.depths = kIntegerDepths;
     sweep.cases = 6000;
     sweep.product = [&call](Scene& s) { frugally(s, 3, [&] { call.run(s[0], s[1], s[2]); }); };
@@ -34,6 +35,7 @@ TEST_P(ArithTest, MatchesTheModel) { runSweep(sweepOf(GetParam())); }
 TEST(XorS, MatchesTheModel) {
     Sweep sweep;
     sweep.family.roles = 2;
+    sweep.family.adjust = shiftImages;
     sweep.family.depths = kIntegerDepths;
     sweep.cases = 6000;
     sweep.product = [](Scene& s) { frugally(s, 2, [&] { tov::tovXorS(s[0], s[1], s.of.value); }); };

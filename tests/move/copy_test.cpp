@@ -17,6 +17,7 @@ Sweep copySweep() {
         for (ImageForm& form : c.images) {
             if (form.depth == TOV_DEPTH_32F) form.fill = Fill::bytes; // bits are moved, whatever they mean
         }
+        shiftImages(c, rng);
     };
     sweep.cases = 10000;
     sweep.product = [](Scene& s) {

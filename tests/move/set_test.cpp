@@ -10,6 +10,7 @@ namespace {
 Sweep setSweep() {
     Sweep sweep;
     sweep.family.roles = 1;
+    sweep.family.adjust = shiftImages;
     sweep.family.depths = {TOV_DEPTH_1U,  TOV_DEPTH_1U,  TOV_DEPTH_8U, TOV_DEPTH_8S,
                            TOV_DEPTH_16U, TOV_DEPTH_16S, TOV_DEPTH_32S};
     sweep.cases = 8000;

@@ -217,6 +217,15 @@ Case drawCase(uint64_t number, const Family& family) {
     return c;
 }
 
+void shiftImages(Case& c, Rng& rng) {
+    const auto shares = [](const ImageForm& form) { return form.sharesWith >= 0; };
+    if (std::any_of(c.images.begin(), c.images.end(), shares)) return;
+    for (ImageForm& form : c.images) {
+        const bool wide = form.bits() > 8 && form.depth != TOV_DEPTH_32F;
+        if (wide && form.tileWidth == 0 && rng.oneIn(3)) form.shift = rng.between(1, 3);
+    }
+}
+
 Case alike(int roles, uint32_t depth, int32_t nChannels, int32_t width, int32_t height) {
     Case c;
     c.images.resize(roles);
@@ -250,7 +259,8 @@ std::ostream& operator<<(std::ostream& out, const ImageForm& s) {
     }
     if (s.tileWidth) out << " tiles " << s.tileWidth << "x" << s.tileHeight;
     if (s.mask >= 0) out << " mask: image " << s.mask;
-    if (s.sharesWith >= 0) out << " in the memory of image " << s.sharesWith << " + " << s.shift;
+    if (s.sharesWith >= 0) out << " in the memory of image " << s.sharesWith;
+    if (s.shift) out << " shift " << s.shift;
     return out;
 }
 

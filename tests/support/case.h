@@ -66,6 +66,9 @@ void drawGeometry(ImageForm& form, Rng& rng);
 // Adds a 1-bit image that suits the region of an image, and returns its index.
 int addMask(Case& c, int owner, Rng& rng);
 
+// Lets images of wide integers begin at any address, for families that take such.
+void shiftImages(Case& c, Rng& rng);
+
 // A case of plain images without regions, all of one kind.
 Case alike(int roles, uint32_t depth, int32_t nChannels, int32_t width, int32_t height);
 // Gives an image a mask of its own size.

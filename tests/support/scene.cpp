@@ -52,6 +52,7 @@ void fillBlock(const Block& block, uint32_t depth, Fill fill, Rng& rng) {
         }
     } else {
         const std::size_t bytes = static_cast<std::size_t>(bits / 8);
+        std::memset(data + size / bytes * bytes, 0, size % bytes);
         for (std::size_t i = 0; i + bytes <= size; i += bytes) {
             int32_t value = 0;
             if (depth == TOV_DEPTH_32F) {
@@ -75,7 +76,7 @@ std::shared_ptr<Store> makeStore(const Case& c, int index) {
     const ImageForm& form = c.images[index];
     auto store = std::make_shared<Store>();
     store->depth = form.depth;
-    std::size_t count = 1, size = static_cast<std::size_t>(form.dataSize());
+    std::size_t count = 1, size = static_cast<std::size_t>(form.shift + form.dataSize());
     if (form.tileWidth) {
         count = static_cast<std::size_t>((form.width + form.tileWidth - 1) / form.tileWidth) *
                 static_cast<std::size_t>((form.height + form.tileHeight - 1) / form.tileHeight);
