@@ -212,27 +212,27 @@ typedef struct TovTileInfo {
 
 /* An image header. Either imageData or tileInfo is set. */
 struct TovImage {
-    int32_t headerSize;    /* size of this record in bytes; no operation reads it */
-    int32_t headerVersion; /* 0; no operation reads it */
-    int32_t nChannels;     /* at least 1, alpha included */
-    int32_t alphaChannel;  /* 0: none; otherwise nChannels: alpha is the last channel */
-    uint32_t depth;        /* TOV_DEPTH_* */
-    char colorModel[4];    /* such as "GRAY" or "RGB", filled up with zeros */
-    char channelSeq[4];    /* such as "G" or "BGRA", filled up with zeros */
-    int32_t dataOrder;     /* TOV_DATA_ORDER_* */
-    int32_t origin;        /* TOV_ORIGIN_*; row y is the y-th stored row in any case */
-    int32_t align;         /* TOV_ALIGN_* */
-    int32_t width;         /* in pixels, at least 1 */
-    int32_t height;        /* in rows, at least 1 */
-    TovROI* roi;           /* null: the whole image, all channels */
-    TovImage* maskROI;     /* null: no mask; otherwise a plain 1-bit image */
-    void* imageId;         /* the caller's own word */
-    TovTileInfo* tileInfo; /* of a tiled image, else null */
-    int32_t imageSize;     /* bytes of pixel data */
-    uint8_t* imageData; /* first row; aligned to the values unless a chapter allows more; null for a tiled image */
-    int32_t widthStep;  /* bytes from one row to the next, a multiple of the value's size */
-    int32_t borderMode[4];    /* TOV_BORDER_* by side; the low two bits count */
-    int32_t borderConst[4];   /* by side */
+    int32_t headerSize;     /* size of this record in bytes; no operation reads it */
+    int32_t headerVersion;  /* 0; no operation reads it */
+    int32_t nChannels;      /* at least 1, alpha included */
+    int32_t alphaChannel;   /* 0: none; otherwise nChannels: alpha is the last channel */
+    uint32_t depth;         /* TOV_DEPTH_* */
+    char colorModel[4];     /* such as "GRAY" or "RGB", filled up with zeros */
+    char channelSeq[4];     /* such as "G" or "BGRA", filled up with zeros */
+    int32_t dataOrder;      /* TOV_DATA_ORDER_* */
+    int32_t origin;         /* TOV_ORIGIN_*; row y is the y-th stored row in any case */
+    int32_t align;          /* TOV_ALIGN_* */
+    int32_t width;          /* in pixels, at least 1 */
+    int32_t height;         /* in rows, at least 1 */
+    TovROI* roi;            /* null: the whole image, all channels */
+    TovImage* maskROI;      /* null: no mask; otherwise a plain 1-bit image */
+    void* imageId;          /* the caller's own word */
+    TovTileInfo* tileInfo;  /* of a tiled image, else null */
+    int32_t imageSize;      /* bytes of pixel data */
+    uint8_t* imageData;     /* first row; aligned to the values unless a chapter allows more; null for a tiled image */
+    int32_t widthStep;      /* bytes from one row to the next, a multiple of the value's size */
+    int32_t borderMode[4];  /* TOV_BORDER_* by side; the low two bits count */
+    int32_t borderConst[4]; /* by side */
     uint8_t* imageDataOrigin; /* the block that tovAllocateImage made; null when imageData is the caller's */
 };
 
