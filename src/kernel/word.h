@@ -50,7 +50,8 @@ OWN_INLINE T valueAt(const T* row, ptrdiff_t i) {
     if constexpr (alignof(T) == 1) {
         return row[i];
     } else {
-        return reinterpret_cast<const typename Unaligned<T>::Type*>(row)[i];
+        const typename Unaligned<T>::Type* anywhere = reinterpret_cast<const typename Unaligned<T>::Type*>(row);
+        return anywhere[i];
     }
 }
 template <class T>
@@ -58,7 +59,8 @@ OWN_INLINE void setValueAt(T* row, ptrdiff_t i, T value) {
     if constexpr (alignof(T) == 1) {
         row[i] = value;
     } else {
-        reinterpret_cast<typename Unaligned<T>::Type*>(row)[i] = value;
+        typename Unaligned<T>::Type* anywhere = reinterpret_cast<typename Unaligned<T>::Type*>(row);
+        anywhere[i] = value;
     }
 }
 #else
