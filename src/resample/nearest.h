@@ -33,17 +33,26 @@ inline Pairs pairsIn(const int32_t* columns, int32_t count) {
     return end - first < few ? Pairs{0, 0} : Pairs{first, end - first};
 }
 
-// Takes the pixels of a row twice each, Bytes bytes at a time.
+// Takes the pixels of a row twice each, Bytes bytes at a time. Each line of the destination asks for the next one.
 template <size_t Bytes>
 OWN_INLINE void takeTwice(const void* from, void* to, ptrdiff_t nPairs) {
     using Pixel = typename AnyBytes<Bytes>::Type;
+    constexpr ptrdiff_t line = 64 / (2 * ptrdiff_t{Bytes});
     const Pixel* s = static_cast<const Pixel*>(from);
     Pixel* d = static_cast<Pixel*>(to);
-    OWN_EACH
-    for (ptrdiff_t i = 0; i < nPairs; i++) {
-        d[2 * i] = s[i];
-        d[2 * i + 1] = s[i];
+    const auto take = [=](ptrdiff_t begin, ptrdiff_t end) OWN_INLINE_LAMBDA {
+        OWN_EACH
+        for (ptrdiff_t i = begin; i < end; i++) {
+            d[2 * i] = s[i];
+            d[2 * i + 1] = s[i];
+        }
+    };
+    ptrdiff_t i = 0;
+    for (; i + line <= nPairs; i += line) {
+        prefetch<64>(d + 2 * (i + line));
+        take(i, i + line);
     }
+    take(i, nPairs);
 }
 
 // The same for pixels of three bytes, each but the last by four bytes, whose fourth is written over.
