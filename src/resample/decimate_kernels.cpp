@@ -143,11 +143,13 @@ OWN_INLINE bool takeAtTwo(const Grid<T>& grid, const DecimateArgs& args, Positio
     for (int32_t plane = 0; plane < grid.nPlanes; plane++) {
         const auto* first = reinterpret_cast<const uint8_t*>(grid.src.row(plane, 0)) + column * nBytes;
         reached.y = args.at.y;
+        const uint8_t* next = first + tapsAt<1>(reached.y, grid.y).at[0];
         for (int32_t j = 0; j < args.size.height; j++) {
             auto* d = reinterpret_cast<uint8_t*>(grid.dst.row(plane, j));
-            const uint8_t* s = first + tapsAt<1>(reached.y, grid.y).at[0];
+            const uint8_t* s = next;
             reached.y += args.yRate;
-            if (2 * rowBytes >= kLongRow) prefetchStart(first + tapsAt<1>(reached.y, grid.y).at[0]);
+            next = first + tapsAt<1>(reached.y, grid.y).at[0];
+            if (2 * rowBytes >= kLongRow) prefetchStart(next);
             switch (nBytes) {
             case 1: takeEveryOther<1>(s, d, width); break;
             case 2: takeEveryOther<2>(s, d, width); break;
