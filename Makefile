@@ -10,6 +10,8 @@ export CTEST_PARALLEL_LEVEL = $(JOBS)
 export JOBS
 
 setup = @scripts/setup.sh
+# Configures the release build without the tests, which need a package more.
+untested = cmake --preset release -DTOV_BUILD_TESTS=OFF $(CMAKE_ARGS)
 checkedPresets = asan-ubsan clang isa-baseline isa-v3 isa-v4 tsan
 
 .PHONY: help demo test bench check check-format check-lint check-layering docs install format clean
@@ -28,7 +30,7 @@ help:
 
 demo:
 	$(setup) build
-	cmake --preset release $(CMAKE_ARGS)
+	$(untested)
 	cmake --build --preset release --target gallery
 	build/release/examples/gallery build/demo $(if $(IMAGE),"$(IMAGE)")
 
@@ -42,7 +44,7 @@ preset-%:
 
 bench:
 	$(setup) build bench
-	cmake --preset release $(CMAKE_ARGS)
+	$(untested)
 	cmake --build --preset release --target tov_bench
 	build/release/bench/tov_bench --write=docs/performance.md
 
@@ -69,7 +71,7 @@ docs:
 
 install:
 	$(setup) build
-	cmake --preset release $(CMAKE_ARGS)
+	$(untested)
 	cmake --build --preset release --target tov
 	cmake --install build/release --prefix "$(PREFIX)"
 

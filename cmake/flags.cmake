@@ -40,7 +40,7 @@ if(TOV_GNU_LIKE)
     if(TOV_WERROR)
         target_compile_options(tov_warnings INTERFACE -Werror)
     endif()
-    if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    if(CMAKE_CXX_COMPILER_ID MATCHES "Clang" AND NOT TOV_REQUIRE_SIMD)
         # Whether a loop is vectorised depends on the optimisation level, so it fails the build only where asked for.
         target_compile_options(tov_warnings INTERFACE -Wno-error=pass-failed)
     endif()

@@ -40,6 +40,7 @@ for group in "$@"; do
             need clang clang++
             need clang-format clang-format
             need clang-tidy clang-tidy
+            need libbenchmark-dev
             need python3 python3
             ;;
         docs)
