@@ -19,10 +19,11 @@
  * a mask's bit is clear the destination keeps its value. Several masks in one call are combined by a logical and.
  *
  * Errors. Operations on images return nothing. A failure is reported to the calling thread's handler (see
- * TovErrorCallback) and leaves a negative status that tovGetErrStatus gives; success never clears it. The handler that
- * a thread starts with ends the process with exit code 1: an application that wants to go on after a failure installs
- * its own by tovRedirectError, on each thread that calls the library. A destination is untouched after a report, unless
- * the operation says otherwise; of a tiled image, the rectangles already done stay written.
+ * TovErrorCallback) and leaves a negative status that tovGetErrStatus gives; success never clears it, though tovErode
+ * begins by clearing it. The handler that a thread starts with ends the process with exit code 1: an application that
+ * wants to go on after a failure installs its own by tovRedirectError, on each thread that calls the library. A
+ * destination is untouched after a report, unless the operation says otherwise; of a tiled image, the rectangles
+ * already done stay written.
  *
  * Threads. Any thread may call any operation. Status and handler belong to the thread; the library holds no lock and
  * starts no thread, and callbacks run on the calling thread. A record that is in use by one call must not be used by
@@ -193,8 +194,8 @@ enum { TOV_TILE_READ = 1, TOV_TILE_WRITE = 2, TOV_TILE_RELEASE = 4 };
  * (xIndex, yIndex) with its current contents, or null if the tile can't be had; the library reads the field at once.
  * TOV_TILE_RELEASE ends the use of a tile: one got for writing is then final. Each answer stays valid until its own
  * release; several tiles may be held at once, of one image or of several, and a tile may be asked for many times in
- * one call. image is the header as the operation holds
- * it, with the caller's tileInfo and imageId. After a failure a tile whose request gave null is not released.
+ * one call. image is the header as the operation holds it, with the caller's tileInfo and imageId. After a failure a
+ * tile whose request gave null is not released.
  */
 typedef void (*TovTileCallback)(TovImage* image, int32_t xIndex, int32_t yIndex, int32_t mode);
 
@@ -265,7 +266,8 @@ TOV_API void tovAllocateImage(TovImage* image, int32_t doFill, int32_t fillValue
 /*
  * Frees the parts of an image that flags names (TOV_IMAGE_*) and sets their fields to null. Null image is ignored.
  * TOV_IMAGE_DATA frees only what tovAllocateImage made. TOV_IMAGE_MASK frees the mask with its region, data and header,
- * not a mask of the mask. A roi or tileInfo that the caller made must not be handed over: leave those flags out.
+ * not a mask of the mask. A roi or tileInfo that the caller made, of the image or of its mask, must not be handed over:
+ * leave TOV_IMAGE_ROI and TOV_IMAGE_TILE out, or set the field to null before.
  */
 TOV_API void tovDeallocate(TovImage* image, int32_t flags);
 
@@ -680,8 +682,9 @@ TOV_API void tovConvertToDIB(TovImage* image, BITMAPINFOHEADER* dib, int32_t dit
 /* ------------------------------------------------------------------------------------------------------------------
  * Resampling
  *
- * Depths 1U, 8U and 16U. Rows are taken as they are stored. The images must not share pixels. A negative status of the
- * thread before the call ends it without a report: clear it by tovSetErrStatus(TOV_STS_OK) first.
+ * Depths 1U, 8U and 16U. Rows are taken as they are stored. The images must not share pixels. Where the
+ * arguments are in order, a negative status of the thread from before the call ends it with nothing done and without a
+ * report of its own: clear it by tovSetErrStatus(TOV_STS_OK) first.
  * --------------------------------------------------------------------------------------------------------------- */
 
 /* How pixels are made of those around a position. */

@@ -3,6 +3,8 @@
 
 namespace {
 
+// Applications may compare these texts, so they stay as they are spelled.
+//
 // The faults of a header, from -9 down to -21, then -24 and -25, each with the prefix of its mask form. The plain text
 // is the same text behind the prefix.
 constexpr int kPrefixLength = 6;
@@ -58,6 +60,7 @@ const char* textOf(TovStatus status) {
     return text != nullptr ? text + kPrefixLength : nullptr;
 }
 
+// The record is part of the interface, its names and dates included; only the first three numbers follow a release.
 const TovLibVersion kVersion = {2, 1, 58, "tovP5l.lib", "2.1", "[2.1.058, 02/02/99]", "Feb  6 1999", "Microsoft*"};
 
 } // namespace

@@ -9,7 +9,7 @@
 
 namespace tov {
 
-// Finds entries of a table, which it copies. The first of equally near entries wins, except that in a table of 256 a
+// Finds entries of a table. The first of equally near entries wins, except that in a table of 256 a
 // gray pixel takes the entry of its own number where that is the same gray.
 //
 // For many pixels answers are kept: a cell of 4 x 4 x 4 colours is worked out when a pixel first falls into it, from
@@ -18,7 +18,8 @@ namespace tov {
 class NearestEntry {
 public:
     NearestEntry() = default;
-    // Reads `entries` entries of four bytes, at least one, to find that many pixels among.
+    // Takes a table of `entries` entries of four bytes, at least one, for a search of about `pixels` pixels. The table
+    // must stay as it is meanwhile.
     void read(const uint8_t* table, uint32_t entries, int64_t pixels);
 
     // Finds the low bytes of the entries' numbers.

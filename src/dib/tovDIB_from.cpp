@@ -54,7 +54,7 @@ struct Conversion {
 // Finds how the pixels of a bitmap are read, changed and written; false after a report.
 bool prepare(const Bitmap& bitmap, const TovImage& image, Conversion& conversion) {
     const int32_t bits = bitmap.header.biBitCount;
-    // Nothing has failed before, so what no table holds is the first report.
+    // A bit count that nothing reads is reported without a context.
     conversion.read = pixelReader(bits);
     if (conversion.read == nullptr) {
         report(TOV_STS_INTERNAL, "");

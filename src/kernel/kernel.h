@@ -65,8 +65,8 @@ OWN_INLINE void prefetchStart(const void* row) { prefetch<6 * 64>(row); }
 #define OWN_EACH_8
 #endif
 
-// Heads a loop like that over the few values of a block, whose number the compiler knows: clang makes single steps of
-// such a loop before it looks for vectors.
+// Heads a loop of independent iterations over the few values of a block, whose number the compiler knows: clang makes
+// single steps of such a loop before it looks for vectors.
 #if defined(__clang__)
 #define OWN_EACH_OF_BLOCK _Pragma("clang loop vectorize(assume_safety) unroll(disable)")
 #else

@@ -12,8 +12,8 @@ namespace tov {
 // threshold. levels is the number of high bits that stay significant in the destination's values: negative ones count
 // as 0, those above the depth as half of it. A gray image that is dithered to bits has two levels in any case.
 //
-// The sources of noise are shared by all threads: calls that jitter at the same time disturb each other's pattern, and
-// nothing else. They are drawn from rand, whose seed is the application's.
+// Noise is drawn from rand, whose seed is the application's, into tables that all threads share without a lock: calls
+// that jitter must not run at the same time. No exported operation jitters.
 //
 // Reports: TOV_STS_BAD_ARG or the code of a faulty header by the checks, which change nothing; under the inner
 // routines' names a pair of depths that is not served, once for each rectangle; TOV_STS_NO_MEMORY, "Out of
