@@ -43,6 +43,15 @@ TEST(Mirror, WideImages) {
     runSweep(sweep);
 }
 
+// Makes bits of both images, of which one is nothing but alpha.
+void alphaBits(Case& c, int role) {
+    for (ImageForm& image : c.images) {
+        image.depth = TOV_DEPTH_1U;
+        image.nChannels = 1;
+    }
+    c.images[role].alpha = 1;
+}
+
 TEST(Mirror, RefusesInOrder) {
     const auto report = [](TovStatus status, const char* context) {
         return Report{status, "tovMirror", context, "tovmirr"};
@@ -59,6 +68,8 @@ TEST(Mirror, RefusesInOrder) {
         {[](Case& c, int32_t&) { c.images[1].depth = TOV_DEPTH_16S; },
          report(-5, "(srcImage->depth!=dstImage->depth)")},
         {[](Case&, int32_t& axis) { axis = 2; }, report(-5, "((flipAxis>1)||(flipAxis<-1))")},
+        {[](Case& c, int32_t&) { alphaBits(c, 0); }, report(-5, "(srcImage->depth==1 && srcImage->alphaChannel!=0)")},
+        {[](Case& c, int32_t&) { alphaBits(c, 1); }, report(-5, "(dstImage->depth==1 && dstImage->alphaChannel!=0)")},
         {[](Case& c, int32_t&) { c.images[1].nChannels = 4; }, report(-5, "(nChannelsSrc != nChannelsDst)")},
         {[](Case& c, int32_t&) { c.images[1].order = 1; }, report(-5, "(srcImage->dataOrder!=dstImage->dataOrder)")},
     };

@@ -12,7 +12,8 @@
 
 namespace tovtest {
 
-enum class Fill { values, bytes, zeros, ones, runs }; // values: weighted to limits; runs: long runs of equal bits
+// values: weighted to limits; runs: long runs of equal bits; areas: of equal bytes, or stripes down the rows
+enum class Fill { values, bytes, zeros, ones, runs, areas };
 
 struct ImageForm {
     uint32_t depth = TOV_DEPTH_8U;

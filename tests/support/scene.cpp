@@ -45,6 +45,17 @@ void fillBlock(const Block& block, uint32_t depth, Fill fill, Rng& rng) {
                 if (set) data[bit / 8] = static_cast<uint8_t>(data[bit / 8] | (0x80 >> (bit % 8)));
             }
         }
+    } else if (fill == Fill::areas) {
+        const std::size_t period = rng.oneIn(2) ? size : std::size_t{8} << rng.between(0, 2); // rows may be multiples
+        for (std::size_t i = 0, left = 0; i < size; ++i) {
+            if (i < period && left == 0) {
+                left = rng.between(3, period < size ? 8 : 160);
+                data[i] = static_cast<uint8_t>(rng.pick({0, 255, rng.between(0, 255)}));
+            } else {
+                data[i] = data[i < period ? i - 1 : i - period];
+            }
+            if (left > 0) --left;
+        }
     } else if (fill == Fill::bytes || bits == 1) {
         for (std::size_t i = 0; i < size; ++i) {
             data[i] = bits == 1 && rng.oneIn(4) ? static_cast<uint8_t>(rng.oneIn(2) ? 0 : 255)
