@@ -14,7 +14,8 @@ namespace {
 constexpr Reporter reportCreate{"tovCreateImageHeader", "tovalloc"};
 constexpr Reporter reportAllocate{"tovAllocateImage", "tovalloc"};
 
-// What an aligned block takes more than it holds: the pointer below it and the way to the next multiple of 32.
+// What an aligned block takes more than it holds: the pointer below it, the way to the next multiple of 32, and room to
+// spare.
 constexpr size_t kBlockOverhead = 68;
 constexpr uintptr_t kBlockAlign = 32;
 
