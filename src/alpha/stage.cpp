@@ -236,7 +236,7 @@ void ownTileStageRelease(OwnTileStage* stage, int32_t number) {
     if (tiles == nullptr) return;
     if (!oneTile(slot)) {
         if (slot.tileTable != nullptr) releaseSeveralTiles(*stage, slot);
-    } else if (tiles->tileData != nullptr) {
+    } else if (slot.tileImage->imageData != nullptr) {
         tiles->callBack(slot.image, slot.firstColumn, slot.firstRow, TOV_TILE_RELEASE);
     }
 }
