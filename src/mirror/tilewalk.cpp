@@ -1,7 +1,6 @@
 // The walk of mirroring over a tiled destination.
 #include "mirror/tilewalk.h"
 
-#include "core/ownrect.h"
 #include "core/tiles.h"
 
 namespace tov {
