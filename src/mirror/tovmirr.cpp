@@ -37,8 +37,6 @@ Size limitedBy(const TovImage* mask, Size size) {
     return smaller(size, {rect.width, rect.height});
 }
 
-int32_t coiOf(const TovImage& image) { return image.roi != nullptr ? image.roi->coi : 0; }
-
 // A tiled source, copied as a whole.
 bool mirrorFromTiles(MirrorArgs args, const OwnRect& rect) {
     ImageView source;
