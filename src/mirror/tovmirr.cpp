@@ -67,7 +67,7 @@ void tovMirror(TovImage* srcImage, TovImage* dstImage, int32_t flipAxis) {
                              size,     flipAxis};
     bool done = true;
     if (dstImage->tileInfo != nullptr) {
-        done = mirrorToTiles(report, args, {src.x, src.y}, {dst.x, dst.y});
+        done = mirrorToTiles(report, args, {src.x, src.y}, {dst.x, dst.y}) != MirrorEnd::kNoTemporary;
     } else if (srcImage->tileInfo != nullptr) {
         done = mirrorFromTiles(args, src);
     } else {
