@@ -103,11 +103,6 @@ bool TableReporter::ReportContext(const Context& context) {
 void TableReporter::ReportRuns(const std::vector<Run>& runs) {
     for (const Run& run : runs) {
         if (run.run_type != Run::RT_Iteration) continue;
-        if (run.error_occurred) {
-            std::fprintf(stderr, "tov_bench: %s: %s\n", run.benchmark_name().c_str(), run.error_message.c_str());
-            failed_ = true;
-            continue;
-        }
         const std::string& id = run.run_name.function_name;
         const auto item = std::find_if(items_.begin(), items_.end(), [&id](const Item* i) { return i->id() == id; });
         if (item == items_.end()) continue;

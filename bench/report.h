@@ -20,7 +20,6 @@ public:
     bool ReportContext(const Context& context) override;
     void ReportRuns(const std::vector<Run>& runs) override;
 
-    bool failed() const { return failed_; }
     // The table in Markdown, columns lined up. Empty when nothing was measured.
     std::string table() const;
     // A page with the table, the date and the machine.
@@ -37,7 +36,6 @@ private:
 
     std::vector<const Item*> items_;
     std::map<std::string, double> perUnit_;
-    bool failed_ = false;
 };
 
 } // namespace bench

@@ -201,7 +201,8 @@ typedef void (*TovTileCallback)(TovImage* image, int32_t xIndex, int32_t yIndex,
 
 /*
  * Describes a tiled image. Tile (col, row) holds the columns from col * width and the rows from row * height on, stored
- * like a small plain image of full tile size with the nChannels, depth, dataOrder and align of its image.
+ * like a small plain image of full tile size with the nChannels, depth, dataOrder and align of its image. Tiles whose
+ * rows exceed 2^31 - 1 bytes are not asked for: each counts as one that can't be had.
  */
 typedef struct TovTileInfo {
     TovTileCallback callBack;

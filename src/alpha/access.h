@@ -21,9 +21,6 @@ struct OwnPixelAccess {
 // channel is one-based; roi may be null. origin plays no part.
 void ownGetPixelAccess(const TovImage& image, const TovROI* roi, int32_t channel, OwnPixelAccess& access);
 
-// An image's channel of interest, or 0.
-inline int32_t coiOf(const TovImage& image) { return image.roi != nullptr ? image.roi->coi : 0; }
-
 // A channel of an image and those behind it as a lane, channels being its planes.
 template <class T>
 OWN_INLINE Lane<T> channelLane(const TovImage& image, int32_t channel) {

@@ -212,8 +212,7 @@ TovImage* ownTileStageView(OwnTileStage* stage, int32_t number) {
     if (stage == nullptr || number < 1 || stage->status != 0) return nullptr;
     OwnTileSlot& slot = stage->slots[number - 1];
     if (slot.useCount++ > 0) return slot.view;
-    const TovROI* roi = slot.image->roi;
-    const int32_t coi = roi != nullptr ? roi->coi : 0;
+    const int32_t coi = coiOf(*slot.image);
     const Point from = rectStart(*stage, slot);
     if (slot.image->tileInfo == nullptr) {
         tovSetROI(slot.stageROI, coi, from.x, from.y, stage->rectWidth, stage->rectHeight);
@@ -236,7 +235,7 @@ void ownTileStageRelease(OwnTileStage* stage, int32_t number) {
     if (tiles == nullptr) return;
     if (!oneTile(slot)) {
         if (slot.tileTable != nullptr) releaseSeveralTiles(*stage, slot);
-    } else if (tiles->tileData != nullptr) {
+    } else if (slot.tileImage->imageData != nullptr) {
         tiles->callBack(slot.image, slot.firstColumn, slot.firstRow, TOV_TILE_RELEASE);
     }
 }

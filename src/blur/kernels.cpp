@@ -2,7 +2,6 @@
 #include "blur/kernels.h"
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <type_traits>
 

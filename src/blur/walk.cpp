@@ -72,15 +72,16 @@ constexpr const char* kNoWrite = "Error get tile to write";
 // two tiles on.
 class Ring {
 public:
-    Ring(const BlurCall& call, int32_t count)
-        : call_(call), count_(count), entries_(static_cast<size_t>(count)), rowBytes_(ownTileRowBytes(call.dst)) {
+    Ring(const BlurCall& call, int32_t count) : call_(call), count_(count), entries_(static_cast<size_t>(count)) {
         const TovTileInfo& tiles = *call.dst->tileInfo;
-        const int32_t nPlanes = call.dst->dataOrder == TOV_DATA_ORDER_PLANE ? call.dst->nChannels : 1;
-        tileBytes_ = static_cast<size_t>(rowBytes_) * static_cast<size_t>(tiles.height) * static_cast<size_t>(nPlanes);
+        const int64_t rows =
+            int64_t{tiles.height} * (call.dst->dataOrder == TOV_DATA_ORDER_PLANE ? call.dst->nChannels : 1);
+        const int64_t rowBytes = ownTileRowBytes(call.dst);
         if (!entries_) return;
         for (int32_t i = 0; i < count; i++) entryAt(i) = {nullptr, 0, 0, false};
+        if (rows > PTRDIFF_MAX / (rowBytes + 1)) return;
         for (int32_t i = 0; i < count; i++) {
-            entryAt(i).data = static_cast<uint8_t*>(ownAlignedAlloc(tileBytes_));
+            entryAt(i).data = static_cast<uint8_t*>(ownAlignedAlloc(static_cast<size_t>(rows * rowBytes)));
             if (entryAt(i).data == nullptr) return;
         }
         complete_ = true;
@@ -158,8 +159,6 @@ private:
     const BlurCall& call_;
     int32_t count_;
     AlignedBlock<Entry> entries_;
-    int32_t rowBytes_;
-    size_t tileBytes_ = 0;
     bool complete_ = false;
     int32_t slot_ = 0;
 };

@@ -1,8 +1,6 @@
 // The choice of a convolution's row functions, and their way over one row.
 #include "conv/plan.h"
 
-#include <limits>
-
 #include "kernel/kernel.h"
 
 namespace tov {

@@ -2,7 +2,6 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <type_traits>
 
 #include "conv/kernels.h"
 #include "kernel/bitpack.h"

@@ -112,8 +112,6 @@ public:
 
 private:
     bool getTile() {
-        // A row of more bytes than a header can hold: no view can tell where the next one begins.
-        if (view.header.widthStep == 0) return false;
         view.header.imageData = tile_.get(walker_.col, walker_.row);
         return view.header.imageData != nullptr;
     }

@@ -33,6 +33,9 @@ TovStatus checkSize(const TovImage& image);
 TovStatus checkForm(const TovImage& image);
 TovStatus checkMask(TovImage* mask);
 
+// An image's channel of interest, or 0.
+inline int32_t coiOf(const TovImage& image) { return image.roi != nullptr ? image.roi->coi : 0; }
+
 // The values in which a call takes part with an image: how many channels, from which zero-based one on.
 struct Channels {
     int32_t count;

@@ -32,13 +32,6 @@ public:
     AlignedBlock& operator=(const AlignedBlock&) = delete;
     ~AlignedBlock() { ownAlignedFree(block_); }
 
-    // Owns a block that ownAlignedAlloc made.
-    static AlignedBlock adopt(T* block) {
-        AlignedBlock owner;
-        owner.block_ = block;
-        return owner;
-    }
-
     T* get() const { return block_; }
     T& operator[](size_t i) const { return block_[i]; }
     explicit operator bool() const { return block_ != nullptr; }

@@ -5,6 +5,7 @@
 #include "core/geometry.h"
 #include "core/lifecycle.h"
 #include "kernel/bitrows.h"
+#include "kernel/walk.h"
 #include "tov.h"
 
 namespace tov {
@@ -65,6 +66,12 @@ struct PlainAddress {
 };
 // False for an image without region that is nothing but an alpha channel.
 bool ownPlainAddress(const TovImage& image, PlainAddress& address);
+
+// The address as a lane of values of type T.
+template <class T>
+OWN_INLINE Lane<T> laneOf(const PlainAddress& address, int32_t pixelStep) {
+    return {reinterpret_cast<T*>(address.start), address.rowStep, address.planeStep, pixelStep};
+}
 
 // Two plain images and the mask of a call on them, which may be null.
 struct PlainPair {

@@ -8,11 +8,20 @@
 
 namespace tov {
 
+namespace {
+
+int64_t tileRowBytes(const TovImage& image) {
+    return ownRowBytes(image.dataOrder, image.depth, image.align, image.nChannels, image.tileInfo->width);
+}
+
+// Whether a view can hold the distance of a tile's rows. Without it nothing tells where the next row begins.
+bool hasServableTiles(const TovImage& image) { return tileRowBytes(image) <= INT32_MAX; }
+
+} // namespace
+
 int32_t ownTileRowBytes(TovImage* image) {
     if (image == nullptr || tovCheckImage(image) != TOV_STS_OK || image->tileInfo == nullptr) return 0;
-    const int64_t bytes =
-        ownRowBytes(image->dataOrder, image->depth, image->align, image->nChannels, image->tileInfo->width);
-    return bytes <= INT32_MAX ? static_cast<int32_t>(bytes) : 0;
+    return hasServableTiles(*image) ? static_cast<int32_t>(tileRowBytes(*image)) : 0;
 }
 
 void shapeAsPlain(TovImage& header, Size size, int32_t rowBytes) {
@@ -52,6 +61,8 @@ TilePart tilePart(const TovTileInfo& tiles, Point at, Size size, int32_t col, in
 }
 
 uint8_t* HeldTile::get(int32_t col, int32_t row) {
+    held_ = false;
+    if (!hasServableTiles(*image_)) return nullptr;
     TovTileInfo* tiles = image_->tileInfo;
     tiles->callBack(image_, col, row, mode_);
     col_ = col;
@@ -179,10 +190,10 @@ int32_t ownGatherRect(TovImage* image, const Corners& from, const BlockPlace& ta
         ownCopyBlock(source, from, target, to, pixelBytes, nPlanes);
         return 0;
     }
+    if (!hasServableTiles(*image)) return 1;
     const TileAxis cols(from.x1, from.x2, tiles->width);
     const TileAxis rows(from.y1, from.y2, tiles->height);
-    const ptrdiff_t rowBytes =
-        ownRowBytes(image->dataOrder, image->depth, image->align, image->nChannels, tiles->width);
+    const auto rowBytes = static_cast<ptrdiff_t>(tileRowBytes(*image));
     const AlignedBlock<uint8_t*> pointers(static_cast<size_t>(cols.count));
     if (!pointers) return 1;
     Point at = to;

@@ -8,7 +8,8 @@
 
 namespace tov {
 
-// Bytes from row to row of a tile; 0 for an image that isn't sound or isn't tiled.
+// Bytes from row to row of a tile; 0 for an image that isn't sound or isn't tiled, and for rows of more bytes than the
+// field can tell. Tiles of such rows are never asked for: each counts as one that can't be had.
 int32_t ownTileRowBytes(TovImage* image);
 
 // Makes a header that of a plain image of another size, such as one of its tiles. The pixels are the caller's to set.

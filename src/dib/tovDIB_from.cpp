@@ -1,5 +1,6 @@
 // The pixels of a bitmap into an image.
 #include "core/context.h"
+#include "core/image.h"
 #include "dib/dib.h"
 #include "dib/kernels.h"
 
@@ -10,16 +11,13 @@ namespace {
 constexpr Reporter report{"tovConvertFromDIB", "tovDIB"};
 
 bool accepts(const TovImage& image) {
-    const bool knownOrder = image.dataOrder == TOV_DATA_ORDER_PIXEL || image.dataOrder == TOV_DATA_ORDER_PLANE;
-    const bool knownOrigin = image.origin == TOV_ORIGIN_TL || image.origin == TOV_ORIGIN_BL;
-    const bool knownAlign = image.align == TOV_ALIGN_4BYTES || image.align == TOV_ALIGN_8BYTES ||
-                            image.align == TOV_ALIGN_16BYTES || image.align == TOV_ALIGN_32BYTES;
     return report.passes({
         {image.alphaChannel < 0, "( image->alphaChannel < 0 )"},
         {image.nChannels < image.alphaChannel, "( image->nChannels < image->alphaChannel )"},
-        {!knownOrder, "( (image->dataOrder != 0) && (image->dataOrder != 1) )"},
-        {!knownOrigin, "( (image->origin != 0) && (image->origin != 1) )"},
-        {!knownAlign, "( (image->align != 4) && (image->align != 8) && (image->align != 16) && (image->align != 32) )"},
+        {!isDataOrder(image.dataOrder), "( (image->dataOrder != 0) && (image->dataOrder != 1) )"},
+        {!isOrigin(image.origin), "( (image->origin != 0) && (image->origin != 1) )"},
+        {!isAlign(image.align),
+         "( (image->align != 4) && (image->align != 8) && (image->align != 16) && (image->align != 32) )"},
         {image.height <= 0, "(image->height <= 0)"},
         {image.width <= 0, "(image->width <= 0)"},
         {image.imageSize <= 0, "(image->imageSize <= 0)"},

@@ -19,11 +19,6 @@ struct Tables {
     const T* first;
 };
 
-template <class T>
-OWN_INLINE Lane<T> laneOf(const PlainAddress& address, int32_t pixelStep) {
-    return {reinterpret_cast<T*>(address.start), address.rowStep, address.planeStep, pixelStep};
-}
-
 // Rows of values of N channels that repeat. Bytes are fetched a word at a time, which spares most of the reads.
 template <int32_t N, class T>
 OWN_INLINE void mapRow(const Tables<T>& tables, ptrdiff_t count, T* d, const T* s) {

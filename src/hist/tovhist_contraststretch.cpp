@@ -13,17 +13,14 @@ constexpr Reporter report{"tovContrastStretch", "tovhist"};
 // All that doesn't fit is reported, one after the other. False then, even where the handler has cleared the status.
 bool isServed(const TovImage& src, const TovImage& dst, TovLUT* const* lut) {
     const bool orderMatters = src.depth != TOV_DEPTH_1U && (src.nChannels != 1 || dst.nChannels != 1);
-    const Check checks[] = {
+    return report.all({
         {src.depth != dst.depth, "srcImage->depth != dstImage->depth"},
         {src.origin != dst.origin, "srcImage->origin != dstImage->origin"},
         {orderMatters && src.dataOrder != dst.dataOrder, "srcImage->dataOrder != dstImage->dataOrder"},
         {src.depth != TOV_DEPTH_8U && src.depth != TOV_DEPTH_16U,
          "srcImage->depth != TOV_DEPTH_8U && srcImage->depth != TOV_DEPTH_16U"},
         {lut == nullptr, "lut==0"},
-    };
-    bool served = true;
-    for (const Check& check : checks) served = report.passes(&check, 1) && served;
-    return served;
+    });
 }
 
 // The number of channels that a call takes part with; false for an image that is nothing but its own alpha.

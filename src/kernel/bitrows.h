@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <type_traits>
 
 #include "kernel/kernel.h"
 #include "kernel/maskruns.h"

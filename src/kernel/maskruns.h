@@ -70,11 +70,12 @@ struct BitStretch {
     int32_t length;
 };
 OWN_SHARED BitStretch stretchOfOnes(const uint8_t* row, int32_t bit, int32_t width) {
+    if (width <= 0) return {0, 0};
     const auto wordAt = [=](int32_t i) { return bitsAt(row, ptrdiff_t{bit} + i, width - i < 64 ? width - i : 64); };
     int32_t last = (width - 1) & ~63;
     while (last > 0 && wordAt(last) == 0) last -= 64;
     const uint64_t word = wordAt(last);
-    if (width <= 0 || word == 0) return {0, 0};
+    if (word == 0) return {0, 0};
     int32_t begin = 0;
     while (wordAt(begin) == 0) begin += 64;
     const int32_t start = begin + leadingZeros(wordAt(begin));

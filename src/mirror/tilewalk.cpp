@@ -1,7 +1,6 @@
 // The walk of mirroring over a tiled destination.
 #include "mirror/tilewalk.h"
 
-#include "core/ownrect.h"
 #include "core/tiles.h"
 
 namespace tov {
@@ -22,26 +21,27 @@ public:
 
     // In place the source is copied before tiles that it needs are written: as a whole, or a row or column of tiles at
     // a time where no other row or column is needed.
-    bool run() {
+    MirrorEnd run() {
         const bool inPlace = args_.src == args_.dst;
         const bool rowsOutside = args_.flipAxis == 1;
         const bool wholeFirst = args_.flipAxis == -1;
-        if (inPlace && wholeFirst && !keep({0, 0}, args_.size)) return false;
+        if (inPlace && wholeFirst && !keep({0, 0}, args_.size)) return MirrorEnd::kNoTemporary;
         const int32_t nOuter = rowsOutside ? span_.y2 - span_.y1 + 1 : span_.x2 - span_.x1 + 1;
         const int32_t nInner = rowsOutside ? span_.x2 - span_.x1 + 1 : span_.y2 - span_.y1 + 1;
         for (int32_t i = 0; i < nOuter; i++) {
             const int32_t row = span_.y1 + i;
             const int32_t col = wholeFirst ? span_.x2 - i : span_.x1 + i;
             if (inPlace && !wholeFirst && !keepLine(rowsOutside ? blockAt(span_.x1, row) : blockAt(col, span_.y1))) {
-                return false;
+                return MirrorEnd::kNoTemporary;
             }
             // Inner lines are walked backwards, since that is the order of the source.
             for (int32_t j = nInner - 1; j >= 0; j--) {
                 const TilePart block = rowsOutside ? blockAt(span_.x1 + j, row) : blockAt(col, span_.y1 + j);
-                if (!mirrorBlock(block)) return failed_;
+                const MirrorEnd end = mirrorBlock(block);
+                if (end != MirrorEnd::kDone) return end;
             }
         }
-        return true;
+        return MirrorEnd::kDone;
     }
 
 private:
@@ -89,23 +89,21 @@ private:
         return &view.header;
     }
 
-    // False ends the walk; failed_ says whether that is without a temporary's failure.
-    bool mirrorBlock(const TilePart& block) {
+    // All but kDone ends the walk.
+    MirrorEnd mirrorBlock(const TilePart& block) {
         const Point at = sourceOf(block);
         ImageView source;
         ImageView sourceMask;
         ImageView dst;
         ImageView dstMask;
         BorderedCopy copy;
-        failed_ = false;
-        if (!viewSource(source, copy, at, block.size)) return false;
+        if (!viewSource(source, copy, at, block.size)) return MirrorEnd::kNoTemporary;
         source.header.maskROI = viewMask(sourceMask, args_.src->maskROI, at, block.size);
         HeldTile tile(args_.dst, TOV_TILE_WRITE);
         uint8_t* data = tile.get(block.col, block.row);
         if (data == nullptr) {
             report_(TOV_STS_TILE_FAILURE, "Error get tile to write");
-            failed_ = true;
-            return false;
+            return MirrorEnd::kReported;
         }
         viewTile(dst, *args_.dst, data, block.inTile, block.size);
         dst.header.maskROI = viewMask(dstMask, args_.dst->maskROI, block.offset, block.size);
@@ -113,7 +111,7 @@ private:
         args.src = &source.header;
         args.dst = &dst.header;
         args.size = block.size;
-        return ownMirrorDispatch(args);
+        return ownMirrorDispatch(args) ? MirrorEnd::kDone : MirrorEnd::kNoTemporary;
     }
 
     const Reporter& report_;
@@ -126,12 +124,11 @@ private:
     ImageView keptView_;
     Point keptAt_{};
     bool kept_ = false;
-    bool failed_ = false;
 };
 
 } // namespace
 
-bool mirrorToTiles(const Reporter& report, const MirrorArgs& args, Point from, Point to) {
+MirrorEnd mirrorToTiles(const Reporter& report, const MirrorArgs& args, Point from, Point to) {
     return Walk(report, args, from, to).run();
 }
 

@@ -6,9 +6,14 @@
 
 namespace tov {
 
+// How the walk ends.
+enum class MirrorEnd {
+    kDone,
+    kReported,   // a tile could not be had, reported with TOV_STS_TILE_FAILURE
+    kNoTemporary // a temporary could not be had, which is not reported
+};
+
 // Mirrors the rectangle that begins at `from` in the source to the one at `to` in the tiled destination, tile by tile.
-// False when a temporary can't be had, which is not reported; a tile that can't be had is, with TOV_STS_TILE_FAILURE.
-// Either ends the walk.
-bool mirrorToTiles(const Reporter& report, const MirrorArgs& args, Point from, Point to);
+MirrorEnd mirrorToTiles(const Reporter& report, const MirrorArgs& args, Point from, Point to);
 
 } // namespace tov

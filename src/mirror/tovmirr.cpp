@@ -37,8 +37,6 @@ Size limitedBy(const TovImage* mask, Size size) {
     return smaller(size, {rect.width, rect.height});
 }
 
-int32_t coiOf(const TovImage& image) { return image.roi != nullptr ? image.roi->coi : 0; }
-
 // A tiled source, copied as a whole.
 bool mirrorFromTiles(MirrorArgs args, const OwnRect& rect) {
     ImageView source;
@@ -69,7 +67,7 @@ void tovMirror(TovImage* srcImage, TovImage* dstImage, int32_t flipAxis) {
                              size,     flipAxis};
     bool done = true;
     if (dstImage->tileInfo != nullptr) {
-        done = mirrorToTiles(report, args, {src.x, src.y}, {dst.x, dst.y});
+        done = mirrorToTiles(report, args, {src.x, src.y}, {dst.x, dst.y}) != MirrorEnd::kNoTemporary;
     } else if (srcImage->tileInfo != nullptr) {
         done = mirrorFromTiles(args, src);
     } else {

@@ -24,11 +24,6 @@ struct Constant {
     T value;
 };
 
-template <class T>
-OWN_INLINE Lane<T> laneOf(const PlainAddress& address, int32_t pixelStep) {
-    return {reinterpret_cast<T*>(address.start), address.rowStep, address.planeStep, pixelStep};
-}
-
 // Bytes forwards: single ones up to a multiple of 4 of the target, words, and what is left. That is the order in which
 // a row is copied over itself at another position.
 void ownCopyBytes(const uint8_t* source, uint8_t* target, ptrdiff_t count) {

@@ -5,25 +5,13 @@
 #include "core/lifecycle.h"
 #include "core/ownrect.h"
 #include "move/kernels.h"
+#include "move/maskloan.h"
 
 namespace tov {
 
 namespace {
 
 constexpr Reporter report{"tovCopy", "tovsce"};
-
-// Sets a header's mask aside for as long as it stands.
-class MaskLoan {
-public:
-    MaskLoan(TovImage* image, TovImage* mask) : image_(image), own_(image->maskROI) { image->maskROI = mask; }
-    MaskLoan(const MaskLoan&) = delete;
-    MaskLoan& operator=(const MaskLoan&) = delete;
-    ~MaskLoan() { image_->maskROI = own_; }
-
-private:
-    TovImage* image_;
-    TovImage* own_;
-};
 
 void reportDifferences(const TovImage& src, const TovImage& dst) {
     if (src.depth != dst.depth) report(TOV_STS_BAD_ARG, "srcImage->depth != dstImage->depth");

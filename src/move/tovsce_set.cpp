@@ -5,6 +5,7 @@
 #include "core/lifecycle.h"
 #include "core/ownrect.h"
 #include "move/kernels.h"
+#include "move/maskloan.h"
 
 namespace tov {
 
@@ -14,15 +15,16 @@ constexpr Reporter report{"tovSet", "tovsce"};
 
 // Sets or clears bits under a mask by operations on whole images. Clearing inverts the mask in place, and back.
 void setMaskedBits(TovImage* image, TovImage* mask, int32_t fillValue) {
-    image->maskROI = nullptr;
-    if (fillValue != 0) {
-        tovOr(image, mask, image);
-    } else {
-        tovXorS(mask, mask, 1);
-        tovAnd(image, mask, image);
-        tovXorS(mask, mask, 1);
+    {
+        const MaskLoan whole(image, nullptr);
+        if (fillValue != 0) {
+            tovOr(image, mask, image);
+        } else {
+            tovXorS(mask, mask, 1);
+            tovAnd(image, mask, image);
+            tovXorS(mask, mask, 1);
+        }
     }
-    image->maskROI = mask;
     if (tovGetErrStatus() < 0) report.backtrace();
 }
 

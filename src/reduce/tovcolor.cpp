@@ -175,6 +175,7 @@ void spreadOverTiles(TovImage& dst, int32_t ditherType, int32_t levels, int32_t*
 
 void reduceThenSpread(TovImage& src, TovImage& dst, int32_t jitterType, int32_t ditherType, int32_t levels) {
     if (!reduceRects(src, dst, jitterType, kNoDither, levels)) return;
+    if (ownTileRowBytes(&dst) == 0) return; // no tile of it was to be had, and none will be
     const size_t entries = (static_cast<size_t>(dst.tileInfo->width) + 4) * static_cast<size_t>(dst.nChannels);
     const AlignedBlock<int32_t> err(entries);
     if (!err) return report(TOV_STS_NO_MEMORY, "no memory for error propagation dithering errors array");

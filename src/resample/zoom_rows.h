@@ -30,15 +30,9 @@ struct Samples {
 
     // Stores a row of results where the mask lets it.
     OWN_INLINE void put(const T* results, int32_t plane, int32_t y) const {
-        const Span span = {size.width, 1, 1, nValues};
-        const Lane<const T> from = {results, 0, 0, nValues};
-        const Lane<T> to = {dst.row(plane, y), 0, 0, dst.pixelStep};
-        const auto same = [](T value) OWN_INLINE_LAMBDA { return value; };
-        if (mask.first != nullptr) {
-            walkLanes<true>(span, {mask.first + y * mask.rowStep, 0, mask.bitOffset}, same, to, from);
-        } else {
-            walkLanes<false>(span, MaskLane{}, same, to, from);
-        }
+        const uint8_t* bits = mask.first != nullptr ? mask.first + y * mask.rowStep : nullptr;
+        copyPixels<T>({size.width, 1, 1, nValues}, {bits, 0, mask.bitOffset}, {dst.row(plane, y), 0, 0, dst.pixelStep},
+                      {results, 0, 0, nValues});
     }
 
     bool planes;
