@@ -235,7 +235,7 @@ void ownTileStageRelease(OwnTileStage* stage, int32_t number) {
     if (tiles == nullptr) return;
     if (!oneTile(slot)) {
         if (slot.tileTable != nullptr) releaseSeveralTiles(*stage, slot);
-    } else if (slot.tileImage->imageData != nullptr) {
+    } else if (tiles->tileData != nullptr) {
         tiles->callBack(slot.image, slot.firstColumn, slot.firstRow, TOV_TILE_RELEASE);
     }
 }

@@ -1,9 +1,7 @@
 // What the alpha operations refuse, in their order, and what they do about earlier statuses and handlers that go on.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
-#include <vector>
 
 #include "alpha/calls.h"
 #include "reference/alpha.h"
@@ -327,42 +325,6 @@ TEST(AlphaComposite, TileRequestsKnownByHand) {
     const std::vector<TileEvent> want = {{5, 0, 0, w}, {1, 0, 0, r}, {1, 1, 0, r}, {1, 0, 1, r}, {1, 1, 1, r},
                                          {5, 0, 0, x}, {1, 0, 0, x}, {1, 1, 0, x}, {1, 0, 1, x}, {1, 1, 1, x}};
     EXPECT_EQ(scene.server.log, want) << list(scene.server.log);
-}
-
-// Headers may share a tile record, which then tells what the last request of any of them has got.
-TEST(MultiplyScale, TilesOfOneRecordAreAllReleased) {
-    struct Server {
-        int failAt = 0, requests = 0;
-        std::vector<const TovImage*> held;
-        uint8_t pixels[64] = {};
-        TovTileInfo tiles{serve, this, nullptr, 8, 8};
-
-        static void serve(TovImage* image, int32_t, int32_t, int32_t mode) {
-            auto& self = *static_cast<Server*>(image->tileInfo->id);
-            image->tileInfo->tileData = nullptr;
-            if (mode == TOV_TILE_RELEASE) {
-                const auto at = std::find(self.held.begin(), self.held.end(), image);
-                EXPECT_NE(at, self.held.end());
-                if (at != self.held.end()) self.held.erase(at);
-            } else if (++self.requests != self.failAt) {
-                self.held.push_back(image);
-                image->tileInfo->tileData = self.pixels;
-            }
-        }
-    };
-    for (int failAt = 0; failAt <= 3; ++failAt) {
-        Server server;
-        server.failAt = failAt;
-        Case c = alike(3, TOV_DEPTH_8U, 1, 8, 8);
-        for (ImageForm& form : c.images) form.tileWidth = form.tileHeight = 8;
-        const Scene scene(c);
-        for (int role : {0, 1, 2}) scene[role]->tileInfo = &server.tiles;
-        const ReportLog log;
-        tovMultiplyScale(scene[0], scene[1], scene[2]);
-        EXPECT_EQ(server.requests, failAt == 0 ? 3 : failAt);
-        EXPECT_EQ(log.reports.size(), failAt == 0 ? 0U : 1U);
-        EXPECT_TRUE(server.held.empty()) << "request " << failAt << " failed";
-    }
 }
 
 } // namespace
