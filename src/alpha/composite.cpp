@@ -3,8 +3,8 @@
 #include <initializer_list>
 
 #include "alpha/access.h"
-#include "alpha/alpha_kernels.h"
 #include "alpha/composite_rows.h"
+#include "alpha/kernels.h"
 #include "alpha/operands.h"
 #include "kernel/maskruns.h"
 #include "kernel/walk.h"

@@ -1,6 +1,6 @@
 // The kernels of scaled multiplication.
 #include "alpha/access.h"
-#include "alpha/alpha_kernels.h"
+#include "alpha/kernels.h"
 #include "alpha/scalemul.h"
 #include "kernel/walk.h"
 

@@ -1,7 +1,7 @@
 // Composition of two images by their alpha.
 #include <initializer_list>
 
-#include "alpha/alpha_kernels.h"
+#include "alpha/kernels.h"
 #include "alpha/masks.h"
 #include "alpha/operands.h"
 #include "alpha/stage.h"

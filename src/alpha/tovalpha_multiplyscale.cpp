@@ -1,5 +1,5 @@
 // The product of two images.
-#include "alpha/alpha_kernels.h"
+#include "alpha/kernels.h"
 #include "alpha/masks.h"
 #include "alpha/operands.h"
 #include "alpha/stage.h"

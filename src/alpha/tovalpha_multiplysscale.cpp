@@ -1,5 +1,5 @@
 // The product of an image and a scalar.
-#include "alpha/alpha_kernels.h"
+#include "alpha/kernels.h"
 #include "alpha/masks.h"
 #include "alpha/operands.h"
 #include "alpha/stage.h"
