@@ -4,6 +4,7 @@
 #include "blur/kernels.h"
 #include "core/image.h"
 #include "core/memory.h"
+#include "core/ownrect.h"
 #include "core/tiles.h"
 
 namespace tov {
@@ -47,13 +48,14 @@ bool blurBlock(const BlurCall& call, const TilePart& block, TovImage* dst) {
     return ownBlurRows(args) || noMemory(call);
 }
 
-// Calls visit(block) for the parts of the rectangle in each tile of a grid, tile columns outside, rows inside, until it
-// says false. `at` is where the rectangle begins in that grid's image.
+// Calls visit(block) for the parts of the rectangle in each tile of an image, tile columns outside, rows inside, until
+// it says false. `at` is where the image's region begins, and the rectangle with it.
 template <class Visit>
-bool eachBlock(const TovTileInfo& tiles, Point at, Size size, Visit visit) {
-    for (int32_t col = at.x / tiles.width; col <= (at.x + size.width - 1) / tiles.width; col++) {
-        for (int32_t row = at.y / tiles.height; row <= (at.y + size.height - 1) / tiles.height; row++) {
-            if (!visit(tilePart(tiles, at, size, col, row))) return false;
+bool eachBlock(const TovImage& image, Point at, Size size, Visit visit) {
+    const TileSpan span = ownTileSpan(image, size);
+    for (int32_t c = 0; c < span.nCols; c++) {
+        for (int32_t r = 0; r < span.nRows; r++) {
+            if (!visit(tilePart(*image.tileInfo, at, size, span.firstCol + c, span.firstRow + r))) return false;
         }
     }
     return true;
@@ -172,7 +174,7 @@ void blurPlain(const BlurCall& call) {
 }
 
 void blurToTiles(const BlurCall& call) {
-    eachBlock(*call.dst->tileInfo, call.to, call.size, [&](const TilePart& block) {
+    eachBlock(*call.dst, call.to, call.size, [&](const TilePart& block) {
         HeldTile tile(call.dst, TOV_TILE_WRITE);
         uint8_t* data = getTile(call, tile, block.col, block.row, kNoWrite);
         if (data == nullptr) return false;
@@ -184,18 +186,17 @@ void blurToTiles(const BlurCall& call) {
 }
 
 void blurInPlaceTiles(const BlurCall& call) {
-    const TovTileInfo& tiles = *call.dst->tileInfo;
-    const int32_t rows = (call.to.y + call.size.height - 1) / tiles.height - call.to.y / tiles.height + 1;
-    Ring ring(call, rows + 2);
+    Ring ring(call, ownTileSpan(*call.dst, call.size).nRows + 2);
     if (!ring.complete()) {
         noMemory(call);
         return;
     }
-    if (eachBlock(tiles, call.to, call.size, [&](const TilePart& block) { return ring.blur(block); })) ring.writeAll();
+    const auto blur = [&](const TilePart& block) { return ring.blur(block); };
+    if (eachBlock(*call.dst, call.to, call.size, blur)) ring.writeAll();
 }
 
 void blurFromTiles(const BlurCall& call) {
-    eachBlock(*call.src->tileInfo, call.from, call.size, [&](const TilePart& block) {
+    eachBlock(*call.src, call.from, call.size, [&](const TilePart& block) {
         ImageView dst(*call.dst);
         dst.place(call.to.x + block.offset.x, call.to.y + block.offset.y, block.size);
         return blurBlock(call, block, &dst.header);

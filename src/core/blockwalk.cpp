@@ -8,20 +8,15 @@ namespace tov {
 
 namespace {
 
-// One cell: its place in the grid's current tile, its distance from the rectangle's first pixel, and its size.
-struct Cell {
-    int32_t col;
-    int32_t row;
-    Point inTile;
-    Point distance;
-    Size size;
-};
+Point startOf(const TovImage& image) {
+    return image.roi != nullptr ? Point{image.roi->xOffset, image.roi->yOffset} : Point{0, 0};
+}
 
-// A view's region on a plain image: its own offset plus the cell's distance.
-void placeOnPlain(ImageView& view, const TovImage& image, const Cell& cell) {
+// A view's region on a plain image: its own offset plus the cell's.
+void placeOnPlain(ImageView& view, const TovImage& image, const TilePart& cell) {
     view.borrow(image);
     view.header.maskROI = nullptr;
-    view.place(view.roi.xOffset + cell.distance.x, view.roi.yOffset + cell.distance.y, cell.size);
+    view.place(view.roi.xOffset + cell.offset.x, view.roi.yOffset + cell.offset.y, cell.size);
 }
 
 class Walk {
@@ -31,28 +26,19 @@ public:
 
     void run() {
         if (walk_.size.empty()) return;
-        const TileSpan span = ownTileSpan(toDst_ ? *walk_.dst : *walk_.source, walk_.size);
-        Cell cell{};
+        const TovImage& image = toDst_ ? *walk_.dst : *walk_.source;
+        const TileSpan span = ownTileSpan(image, walk_.size);
         for (int32_t r = 0; r < span.nRows; r++) {
-            cell.row = span.firstRow + r;
-            cell.inTile.y = r == 0 ? span.yInTile : 0;
-            cell.size.height = fitted(span.tileHeight - cell.inTile.y, walk_.size.height - cell.distance.y);
-            cell.distance.x = 0;
             for (int32_t c = 0; c < span.nCols; c++) {
-                cell.col = span.firstCol + c;
-                cell.inTile.x = c == 0 ? span.xInTile : 0;
-                cell.size.width = fitted(span.tileWidth - cell.inTile.x, walk_.size.width - cell.distance.x);
+                const TilePart cell =
+                    tilePart(*image.tileInfo, startOf(image), walk_.size, span.firstCol + c, span.firstRow + r);
                 if (!(toDst_ ? writeCell(cell) : readCell(cell))) return;
-                cell.distance.x += cell.size.width;
             }
-            cell.distance.y += cell.size.height;
         }
     }
 
 private:
-    static int32_t fitted(int32_t inTile, int32_t left) { return inTile < left ? inTile : left; }
-
-    bool writeCell(const Cell& cell) {
+    bool writeCell(const TilePart& cell) {
         HeldTile tile(walk_.dst, TOV_TILE_WRITE);
         uint8_t* data = tile.get(cell.col, cell.row);
         if (data == nullptr) {
@@ -72,10 +58,8 @@ private:
             return true;
         }
         BorderedCopy copy;
-        const TovROI* roi = walk_.source->roi;
-        const Point from = roi != nullptr ? Point{roi->xOffset, roi->yOffset} : Point{0, 0};
-        const Point at = {from.x + cell.distance.x, from.y + cell.distance.y};
-        if (!copy.fetch(source, *walk_.source, at, cell.size)) {
+        const Point from = startOf(*walk_.source);
+        if (!copy.fetch(source, *walk_.source, {from.x + cell.offset.x, from.y + cell.offset.y}, cell.size)) {
             walk_.report.backtrace();
             return false;
         }
@@ -84,7 +68,7 @@ private:
         return true;
     }
 
-    bool readCell(const Cell& cell) {
+    bool readCell(const TilePart& cell) {
         HeldTile tile(walk_.source, TOV_TILE_READ);
         uint8_t* data = tile.get(cell.col, cell.row);
         if (data == nullptr) {
@@ -99,7 +83,7 @@ private:
         return true;
     }
 
-    void operate(const Cell& cell, ImageView* source, ImageView& dst) {
+    void operate(const TilePart& cell, ImageView* source, ImageView& dst) {
         ImageView mask;
         if (walk_.mask != nullptr) {
             placeOnPlain(mask, *walk_.mask, cell);

@@ -58,6 +58,31 @@ private:
     bool held_ = false;
 };
 
+// An image as a grid of tiles, of which one at a time is taken; a plain image is one tile, which is always there.
+class TileGrid {
+public:
+    TileGrid(TovImage& image, int32_t mode)
+        : image_(image),
+          size_(tiled() ? Size{image.tileInfo->width, image.tileInfo->height} : Size{image.width, image.height}),
+          rowBytes_(tiled() ? ownTileRowBytes(&image) : image.widthStep),
+          tile_(&image, mode) {}
+
+    bool tiled() const { return image_.tileInfo != nullptr; }
+    Size tileSize() const { return size_; }
+    ptrdiff_t rowBytes() const { return rowBytes_; }
+
+    // As those of HeldTile.
+    uint8_t* get(int32_t col, int32_t row) { return tiled() ? tile_.get(col, row) : image_.imageData; }
+    void release() { tile_.release(); }
+    void dismiss() { tile_.dismiss(); }
+
+private:
+    TovImage& image_;
+    Size size_;
+    ptrdiff_t rowBytes_;
+    HeldTile tile_;
+};
+
 // Asks with TOV_TILE_READ for `count` tiles of a tile row, column by column from firstCol on in steps of colStep (+1 or
 // -1). All are asked for even after a null; 1 when any answer was null, else 0.
 int32_t ownGetTileRow(TovImage* image, uint8_t** pointers, int32_t count, int32_t firstCol, int32_t row,

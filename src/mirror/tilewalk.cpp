@@ -1,6 +1,7 @@
 // The walk of mirroring over a tiled destination.
 #include "mirror/tilewalk.h"
 
+#include "core/ownrect.h"
 #include "core/tiles.h"
 
 namespace tov {
@@ -10,14 +11,7 @@ namespace {
 class Walk {
 public:
     Walk(const Reporter& report, const MirrorArgs& args, Point from, Point to)
-        : report_(report),
-          args_(args),
-          from_(from),
-          to_(to),
-          tile_{args.dst->tileInfo->width, args.dst->tileInfo->height} {
-        span_ = {to.x / tile_.width, to.y / tile_.height, (to.x + args.size.width - 1) / tile_.width,
-                 (to.y + args.size.height - 1) / tile_.height};
-    }
+        : report_(report), args_(args), from_(from), to_(to), span_(ownTileSpan(*args.dst, args.size)) {}
 
     // In place the source is copied before tiles that it needs are written: as a whole, or a row or column of tiles at
     // a time where no other row or column is needed.
@@ -26,17 +20,16 @@ public:
         const bool rowsOutside = args_.flipAxis == 1;
         const bool wholeFirst = args_.flipAxis == -1;
         if (inPlace && wholeFirst && !keep({0, 0}, args_.size)) return MirrorEnd::kNoTemporary;
-        const int32_t nOuter = rowsOutside ? span_.y2 - span_.y1 + 1 : span_.x2 - span_.x1 + 1;
-        const int32_t nInner = rowsOutside ? span_.x2 - span_.x1 + 1 : span_.y2 - span_.y1 + 1;
+        const int32_t nOuter = rowsOutside ? span_.nRows : span_.nCols;
+        const int32_t nInner = rowsOutside ? span_.nCols : span_.nRows;
         for (int32_t i = 0; i < nOuter; i++) {
-            const int32_t row = span_.y1 + i;
-            const int32_t col = wholeFirst ? span_.x2 - i : span_.x1 + i;
-            if (inPlace && !wholeFirst && !keepLine(rowsOutside ? blockAt(span_.x1, row) : blockAt(col, span_.y1))) {
+            const int32_t outer = wholeFirst ? nOuter - 1 - i : i;
+            if (inPlace && !wholeFirst && !keepLine(rowsOutside ? blockAt(0, outer) : blockAt(outer, 0))) {
                 return MirrorEnd::kNoTemporary;
             }
             // Inner lines are walked backwards, since that is the order of the source.
             for (int32_t j = nInner - 1; j >= 0; j--) {
-                const TilePart block = rowsOutside ? blockAt(span_.x1 + j, row) : blockAt(col, span_.y1 + j);
+                const TilePart block = rowsOutside ? blockAt(j, outer) : blockAt(outer, j);
                 const MirrorEnd end = mirrorBlock(block);
                 if (end != MirrorEnd::kDone) return end;
             }
@@ -45,8 +38,9 @@ public:
     }
 
 private:
+    // By its place in the span.
     TilePart blockAt(int32_t col, int32_t row) const {
-        return tilePart(*args_.dst->tileInfo, to_, args_.size, col, row);
+        return tilePart(*args_.dst->tileInfo, to_, args_.size, span_.firstCol + col, span_.firstRow + row);
     }
 
     // Copies a part of the source's rectangle, from which blocks are then taken.
@@ -118,8 +112,7 @@ private:
     const MirrorArgs& args_;
     Point from_;
     Point to_;
-    Size tile_;
-    Corners span_{};
+    TileSpan span_;
     BorderedCopy copy_;
     ImageView keptView_;
     Point keptAt_{};

@@ -14,17 +14,15 @@ struct ConvertView {
     int32_t nChannels;
     int32_t dataOrder;
     int32_t origin;
-    int32_t bufferHeight; // rows of a plane
-    ptrdiff_t rowStep;
     uint8_t* base;
+    ptrdiff_t rowStep;
+    ptrdiff_t planeStep;
 
     ptrdiff_t elementBytes() const { return static_cast<ptrdiff_t>((depth & ~TOV_DEPTH_SIGN) >> 3); }
     ptrdiff_t pixelBytes() const {
         return dataOrder == TOV_DATA_ORDER_PLANE ? elementBytes() : nChannels * elementBytes();
     }
-    ptrdiff_t channelBytes() const {
-        return dataOrder == TOV_DATA_ORDER_PLANE ? rowStep * bufferHeight : elementBytes();
-    }
+    ptrdiff_t channelBytes() const { return dataOrder == TOV_DATA_ORDER_PLANE ? planeStep : elementBytes(); }
 };
 
 // Converts a block of `size` pixels. Where the origins differ it is filled from its last row up.

@@ -51,36 +51,29 @@ struct Rect {
 // it is the row's first.
 class RectWalk {
 public:
-    explicit RectWalk(TovImage& image) : image_(image), tile_(&image, TOV_TILE_WRITE) {
-        const TovTileInfo* tiles = image.tileInfo;
-        grid_ = tiles != nullptr ? Size{tiles->width, tiles->height} : Size{image.width, image.height};
-        rowStep_ = tiles != nullptr ? ownTileRowBytes(&image) : image.widthStep;
-    }
+    explicit RectWalk(TovImage& image)
+        : whole_{image.width, image.height}, tiles_(image, TOV_TILE_WRITE), tile_(tiles_.tileSize()) {}
 
     bool ownNextRect(Rect& rect) {
-        if (image_.tileInfo == nullptr) return col_++ == 0 && place(rect, 0, image_.imageData);
-        for (; row_ * int64_t{grid_.height} < image_.height; row_++, col_ = 0) {
-            if (col_ * int64_t{grid_.width} >= image_.width) continue;
-            uint8_t* data = tile_.get(col_, row_);
-            if (data != nullptr) return place(rect, col_++, data);
-            if (col_ == 0) return false;
+        for (; row_ * int64_t{tile_.height} < whole_.height; row_++, col_ = 0) {
+            if (col_ * int64_t{tile_.width} >= whole_.width) continue;
+            uint8_t* data = tiles_.get(col_, row_);
+            if (data == nullptr && col_ == 0) return false;
+            if (data == nullptr) continue;
+            const int32_t x = col_ * tile_.width;
+            const int32_t y = row_ * tile_.height;
+            const Size size = smaller(tile_, {whole_.width - x, whole_.height - y});
+            rect = {x, y, size, col_++, row_, data, tiles_.rowBytes(), tile_.height};
+            return true;
         }
         return false;
     }
-    void ownReleaseRect() { tile_.release(); }
+    void ownReleaseRect() { tiles_.release(); }
 
 private:
-    bool place(Rect& rect, int32_t col, uint8_t* data) const {
-        const int32_t x = col * grid_.width;
-        const int32_t y = row_ * grid_.height;
-        rect = {x, y, smaller(grid_, {image_.width - x, image_.height - y}), col, row_, data, rowStep_, grid_.height};
-        return true;
-    }
-
-    TovImage& image_;
-    HeldTile tile_;
-    Size grid_{};
-    ptrdiff_t rowStep_;
+    Size whole_;
+    TileGrid tiles_;
+    Size tile_;
     int32_t col_ = 0;
     int32_t row_ = 0;
 };

@@ -1,7 +1,8 @@
 // Conversion between depths.
 #include "core/context.h"
 #include "core/image.h"
-#include "reduce/convert_walk.h"
+#include "core/pairwalk.h"
+#include "reduce/convert_kernels.h"
 
 namespace tov {
 
@@ -25,6 +26,32 @@ bool isServed(const TovImage& src, const TovImage& dst) {
     });
 }
 
+struct ConvertCall {
+    const TovImage& src;
+    const TovImage& dst;
+    ConvertKernel kernel;
+    int32_t srcChannel;
+};
+
+void convertBlock(const void* args, const PairBlock& block) {
+    const auto& call = *static_cast<const ConvertCall*>(args);
+    const auto view = [](const TovImage& image, const BlockPlace& place) -> ConvertView {
+        return {image.depth, image.nChannels, image.dataOrder, image.origin,
+                place.data,  place.rowStep,   place.planeStep};
+    };
+    ConvertView src = view(call.src, block.src);
+    src.base += call.srcChannel * src.channelBytes();
+    call.kernel(src, view(call.dst, block.dst), block.size);
+}
+
+// Runs a kernel over two whole images of one size, from a zero-based channel of the source on.
+void ownConvertWalk(TovImage& src, TovImage& dst, ConvertKernel kernel, int32_t srcChannel) {
+    const ConvertCall call = {src, dst, kernel, srcChannel};
+    PairWalk walk = {report, &src, &dst, {0, 0}, {0, 0}, {dst.width, dst.height}};
+    walk.upwards = src.origin != dst.origin;
+    runPairWalk(walk, convertBlock, &call);
+}
+
 } // namespace
 
 } // namespace tov
@@ -37,9 +64,9 @@ void tovConvert(TovImage* srcImage, TovImage* dstImage) {
 
     if (dstImage->depth != TOV_DEPTH_1U) {
         const ConvertKernel kernel = convertElementsKernel(srcImage->depth, dstImage->depth);
-        return ownConvertWalk(report, *srcImage, *dstImage, kernel, 0);
+        return ownConvertWalk(*srcImage, *dstImage, kernel, 0);
     }
-    if (srcImage->depth == TOV_DEPTH_1U) return ownConvertWalk(report, *srcImage, *dstImage, ownConvert1UCopy, 0);
+    if (srcImage->depth == TOV_DEPTH_1U) return ownConvertWalk(*srcImage, *dstImage, ownConvert1UCopy, 0);
     const int32_t channel = srcImage->nChannels < 2 ? 0 : srcImage->roi->coi - 1;
-    ownConvertWalk(report, *srcImage, *dstImage, convertTo1UKernel(srcImage->depth), channel);
+    ownConvertWalk(*srcImage, *dstImage, convertTo1UKernel(srcImage->depth), channel);
 }

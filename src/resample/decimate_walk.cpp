@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "core/image.h"
+#include "core/ownrect.h"
 #include "core/tiles.h"
 #include "kernel/round.h"
 #include "resample/decimate.h"
@@ -125,14 +126,13 @@ public:
             return;
         }
         const TovTileInfo& tiles = *call_.dst->tileInfo;
-        const Point last = {(call_.to.x + call_.size.width - 1) / tiles.width,
-                            (call_.to.y + call_.size.height - 1) / tiles.height};
+        const TileSpan span = ownTileSpan(*call_.dst, call_.size);
         double rowStart = at.y;
-        for (int32_t row = call_.to.y / tiles.height; row <= last.y; row++) {
+        for (int32_t r = 0; r < span.nRows; r++) {
             at.x = call_.start.x;
-            for (int32_t col = call_.to.x / tiles.width; col <= last.x; col++) {
+            for (int32_t c = 0; c < span.nCols; c++) {
                 at.y = rowStart;
-                if (!runTile(tilePart(tiles, call_.to, call_.size, col, row), at)) return;
+                if (!runTile(tilePart(tiles, call_.to, call_.size, span.firstCol + c, span.firstRow + r), at)) return;
             }
             rowStart = at.y;
         }

@@ -1,11 +1,11 @@
-// The walk of the colour twist over plain and tiled images.
+// The colour twist over plain and tiled images, and its mask.
 #include "twist/driver.h"
 
 #include "arith/arith.h"
 #include "core/image.h"
 #include "core/lifecycle.h"
 #include "core/ownrect.h"
-#include "core/tiles.h"
+#include "core/pairwalk.h"
 #include "kernel/overlap.h"
 #include "twist/kernels.h"
 
@@ -53,144 +53,62 @@ TwistMap prepare(const TovColorTwist& cTwist, uint32_t depth, int32_t offset) {
     return map;
 }
 
-// One image of the walk: its region and the tile in hand, a plain image being one tile.
-class Side {
-public:
-    Side(TovImage* image, int32_t mode, const char* noTile) : image_(image), tile_(image, mode), noTile_(noTile) {
-        ownImageRect(*image, rect_);
-        const TovTileInfo* tiles = image->tileInfo;
-        tileSize_ = tiles != nullptr ? Size{tiles->width, tiles->height} : Size{image->width, image->height};
-        rowBytes_ = tiles != nullptr ? ownTileRowBytes(image) : image->widthStep;
-        data_ = image->imageData;
-    }
-
-    Size size() const { return {rect_.width, rect_.height}; }
-    bool tiled() const { return image_->tileInfo != nullptr; }
-    void release() { tile_.release(); }
-
-    // Takes the tile that holds a pixel of the region; false when the walk ends.
-    bool moveTo(const Reporter& report, int32_t x, int32_t y, bool looksAtStatus = true) {
-        place(x, y);
-        if (!tiled()) return true;
-        const int32_t col = (rect_.x + x) / tileSize_.width;
-        const int32_t row = (rect_.y + y) / tileSize_.height;
-        if (tile_.held() && col == col_ && row == row_) return true;
-        tile_.release();
-        col_ = col;
-        row_ = row;
-        data_ = tile_.get(col, row);
-        if (data_ == nullptr) {
-            report(TOV_STS_BAD_ARG, noTile_);
-            return false;
-        }
-        return !looksAtStatus || tovGetErrStatus() >= 0;
-    }
-    // Works on the tile of another side, which is that of the same image.
-    void share(const Side& other, int32_t x, int32_t y) {
-        place(x, y);
-        data_ = other.data_;
-    }
-
-    // What is left of the tile from the current pixel on.
-    Size left() const { return {tileSize_.width - inTile_.x, tileSize_.height - inTile_.y}; }
-
-    template <class T>
-    Lane<T> lane() const {
-        const bool planes = image_->dataOrder == TOV_DATA_ORDER_PLANE;
-        const ptrdiff_t x = ptrdiff_t{inTile_.x} * (planes ? 1 : image_->nChannels);
-        T* first = reinterpret_cast<T*>(data_ + inTile_.y * rowBytes_) + x;
-        return {first, rowBytes_, tileSize_.height * rowBytes_, planes ? 1 : image_->nChannels};
-    }
-
-private:
-    void place(int32_t x, int32_t y) { inTile_ = {(rect_.x + x) % tileSize_.width, (rect_.y + y) % tileSize_.height}; }
-
-    TovImage* image_;
-    HeldTile tile_;
-    const char* noTile_;
-    OwnRect rect_{};
-    Size tileSize_{};
-    ptrdiff_t rowBytes_ = 0;
-    uint8_t* data_ = nullptr;
-    int32_t col_ = 0;
-    int32_t row_ = 0;
-    Point inTile_{};
+struct TwistCall {
+    const TwistMap& map;
+    const TovImage& src;
+    const TovImage& dst;
+    MaskLane mask; // without a first byte where there is none
 };
+
+template <class T>
+Lane<T> laneOf(const TovImage& image, const BlockPlace& place) {
+    const bool planes = image.dataOrder == TOV_DATA_ORDER_PLANE;
+    return {reinterpret_cast<T*>(place.data), place.rowStep, place.planeStep, planes ? 1 : image.nChannels};
+}
 
 // The rows of one block.
 template <class T>
-void twistBlock(const TwistMap& map, const Side& src, const Side& dst, bool planes, Size size, const MaskLane& mask,
-                const TwistKernel<T> (&kernels)[2][2]) {
-    const auto from = src.lane<const T>();
-    const auto to = dst.lane<T>();
+void twistRows(const TwistCall& call, const PairBlock& block, const TwistKernel<T> (&kernels)[2][2]) {
+    const auto from = laneOf<const T>(call.src, block.src);
+    const auto to = laneOf<T>(call.dst, block.dst);
+    const bool planes = call.dst.dataOrder == TOV_DATA_ORDER_PLANE;
     const auto step = [planes](const auto& lane) {
         return planes ? lane.planeStep / static_cast<ptrdiff_t>(sizeof(T)) : lane.pixelStep;
     };
-    const Span read = {size.width, size.height, planes ? 3 : 1, planes ? 1 : 3};
+    const Span read = {block.size.width, block.size.height, planes ? 3 : 1, planes ? 1 : 3};
     const bool free = !overlapsElsewhere(footprintOf(to, read), footprintOf(from, read));
+    const MaskLane& mask = call.mask;
+    const int32_t bit = mask.bitOffset + block.offset.x;
     const auto kernel = kernels[planes ? 1 : 0][mask.first != nullptr ? 1 : 0];
-    for (int32_t y = 0; y < size.height; y++) {
-        const uint8_t* bits = mask.first != nullptr ? mask.first + y * mask.rowStep : nullptr;
-        kernel(map, {from.row(0, y), to.row(0, y), step(from), step(to), size.width, free, bits, mask.bitOffset});
+    for (int32_t y = 0; y < block.size.height; y++) {
+        const ptrdiff_t maskRow = block.offset.y + y;
+        const uint8_t* bits = mask.first != nullptr ? mask.first + maskRow * mask.rowStep + (bit >> 3) : nullptr;
+        kernel(call.map, {from.row(0, y), to.row(0, y), step(from), step(to), block.size.width, free, bits, bit & 7});
     }
 }
 
-class Walk {
-public:
-    Walk(const Reporter& report, TovImage* srcImage, TovImage* dstImage, const TwistMap& map)
-        : report_(report),
-          map_(map),
-          same_(srcImage == dstImage),
-          planes_(dstImage->dataOrder == TOV_DATA_ORDER_PLANE),
-          bytes_(dstImage->depth == TOV_DEPTH_8U),
-          dst_(dstImage, TOV_TILE_WRITE, "(dstImage->tileInfo->tileData == NULL)"),
-          src_(srcImage, TOV_TILE_READ, "(srcImage->tileInfo->tileData == NULL)"),
-          size_(smaller(dst_.size(), src_.size())) {}
+void twistBlock(const void* args, const PairBlock& block) {
+    const auto& call = *static_cast<const TwistCall*>(args);
+    if (call.dst.depth == TOV_DEPTH_8U) return twistRows<uint8_t>(call, block, kTwistKernels_8u);
+    twistRows<uint16_t>(call, block, kTwistKernels_16u);
+}
 
-    // mask may be null.
-    void run(const TovImage* mask) {
-        MaskLane bits;
-        if (mask != nullptr) bits = roiMask(*mask, size_);
-        if (size_.empty()) return;
-        if (dst_.moveTo(report_, 0, 0, mask != nullptr) && moveSource(0, 0)) bands(bits);
-        dst_.release();
-        src_.release();
-    }
-
-private:
-    bool moveSource(int32_t x, int32_t y) {
-        if (!same_) return src_.moveTo(report_, x, y);
-        src_.share(dst_, x, y);
-        return true;
-    }
-
-    void bands(const MaskLane& mask) {
-        Size block{};
-        for (int32_t y = 0; y < size_.height; y += block.height) {
-            for (int32_t x = 0; x < size_.width; x += block.width) {
-                if (!dst_.moveTo(report_, x, y) || !moveSource(x, y)) return;
-                block = smaller(smaller(dst_.left(), src_.left()), {size_.width - x, size_.height - y});
-                const int32_t bit = mask.bitOffset + x;
-                const uint8_t* bits = mask.first != nullptr ? mask.first + y * mask.rowStep + (bit >> 3) : nullptr;
-                const MaskLane part = {bits, mask.rowStep, bit & 7};
-                if (bytes_) {
-                    twistBlock<uint8_t>(map_, src_, dst_, planes_, block, part, kTwistKernels_8u);
-                } else {
-                    twistBlock<uint16_t>(map_, src_, dst_, planes_, block, part, kTwistKernels_16u);
-                }
-            }
-        }
-    }
-
-    const Reporter& report_;
-    const TwistMap& map_;
-    bool same_;
-    bool planes_;
-    bool bytes_;
-    Side dst_;
-    Side src_;
-    Size size_;
-};
+// mask may be null.
+void twistImages(const Reporter& report, TovImage* srcImage, TovImage* dstImage, const TovColorTwist& cTwist,
+                 int32_t offset, const TovImage* mask) {
+    OwnRect from;
+    OwnRect to;
+    ownImageRect(*srcImage, from);
+    ownImageRect(*dstImage, to);
+    Size size = {smaller(from.width, to.width), smaller(from.height, to.height)};
+    const MaskLane bits = mask != nullptr ? roiMask(*mask, size) : MaskLane{};
+    const TwistMap map = prepare(cTwist, srcImage->depth, offset);
+    const TwistCall call = {map, *srcImage, *dstImage, bits};
+    PairWalk walk = {report, srcImage, dstImage, {from.x, from.y}, {to.x, to.y}, size};
+    walk.looksAtFirst = mask != nullptr;
+    walk.releasesRefused = true;
+    runPairWalk(walk, twistBlock, &call);
+}
 
 // The mask of a call in a header of its own: the one mask's pixels, or new ones with the and of two.
 class TwistMask {
@@ -233,8 +151,7 @@ private:
 
 void ownApplyColorTwist(const Reporter& report, TovImage* srcImage, TovImage* dstImage, const TovColorTwist& cTwist,
                         int32_t offset) {
-    const TwistMap map = prepare(cTwist, srcImage->depth, offset);
-    Walk(report, srcImage, dstImage, map).run(nullptr);
+    twistImages(report, srcImage, dstImage, cTwist, offset, nullptr);
 }
 
 void ownApplyColorTwistMasked(const Reporter& report, TovImage* srcImage, TovImage* dstImage,
@@ -254,8 +171,7 @@ void ownApplyColorTwistMasked(const Reporter& report, TovImage* srcImage, TovIma
         tovAnd(srcMask, dstMask, mask.get());
         if (tovGetErrStatus() < 0 && report.backtrace("error_tovAnd") < 0) return;
     }
-    const TwistMap map = prepare(cTwist, srcImage->depth, offset);
-    Walk(report, srcImage, dstImage, map).run(mask.get());
+    twistImages(report, srcImage, dstImage, cTwist, offset, mask.get());
 }
 
 } // namespace tov

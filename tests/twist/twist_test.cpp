@@ -278,6 +278,15 @@ TEST(Twist, EarlierStatus) {
     using Log = std::vector<TileEvent>;
     for (ImageForm& form : c.images) form.tileWidth = 8, form.tileHeight = 16;
     EXPECT_EQ(run(c)->server.log, (Log{{1, 0, 0, w}, {0, 0, 0, r}, {1, 0, 0, x}, {0, 0, 0, x}}));
+    Case behindMask = c;
+    giveMask(behindMask, 1);
+    Scene scene(behindMask); // with a mask the first tile is looked behind too, should its request be what fails
+    scene[1]->tileInfo->callBack = [](TovImage* image, int32_t col, int32_t row, int32_t mode) {
+        static_cast<TestImage*>(image->imageId)->scene.server.serve(image, col, row, mode);
+        tovSetErrStatus(-77);
+    };
+    scene.run(apply);
+    EXPECT_EQ(scene.server.log, (Log{{1, 0, 0, w}, {1, 0, 0, x}}));
     c.images[1].sameAs = 0; // the first tile is not looked behind, the second is
     EXPECT_EQ(run(c)->server.log, (Log{{0, 0, 0, w}, {0, 0, 0, x}, {0, 1, 0, w}, {0, 1, 0, x}}));
 }
