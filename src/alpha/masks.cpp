@@ -14,9 +14,7 @@ bool MaskList::merge(const Reporter& report, Size& size) {
     if (count_ < 2) return true;
 
     const TovImage& first = *masks_[0];
-    merged_ = TemporaryImage(tovCreateImageHeader(first.nChannels, first.alphaChannel, first.depth, first.colorModel,
-                                                  first.channelSeq, first.dataOrder, first.origin, first.align,
-                                                  size.width, size.height, nullptr, nullptr, nullptr, nullptr));
+    merged_ = TemporaryImage(makeHeaderLike(first, first.depth, size));
     if (merged_.get() != nullptr) tovAllocateImage(merged_.get(), 0, -1);
     if (!merged_) {
         report(TOV_STS_NO_MEMORY, "No working memory");

@@ -66,6 +66,10 @@ private:
     TovImage* image_ = nullptr;
 };
 
+// The header of a plain image of the same channels, order and names as `image`, of another depth and size and without
+// region and mask, or null.
+TovImage* makeHeaderLike(const TovImage& image, uint32_t depth, Size size);
+
 // The header of a 1-bit image for one call, or null.
 TovImage* makeBitHeader(int32_t dataOrder, int32_t origin, int32_t align, Size size);
 

@@ -120,6 +120,12 @@ void ownClipSize(const TovImage& image, int32_t& width, int32_t& height) {
     if (height > limit.height) height = limit.height;
 }
 
+TovImage* makeHeaderLike(const TovImage& image, uint32_t depth, Size size) {
+    return tovCreateImageHeader(image.nChannels, image.alphaChannel, depth, image.colorModel, image.channelSeq,
+                                image.dataOrder, image.origin, image.align, size.width, size.height, nullptr, nullptr,
+                                nullptr, nullptr);
+}
+
 TovImage* makeBitHeader(int32_t dataOrder, int32_t origin, int32_t align, Size size) {
     return tovCreateImageHeader(1, 0, TOV_DEPTH_1U, "GRAY", "G", dataOrder, origin, align, size.width, size.height,
                                 nullptr, nullptr, nullptr, nullptr);

@@ -14,7 +14,6 @@ namespace tov {
 namespace {
 
 constexpr Reporter report{"tovConvertToDIB", "tovDIB"};
-constexpr int32_t kNoDither = 1;
 
 // The bitmap's size is read by itself, since its header may turn out to be a shorter one.
 bool acceptsImage(const TovImage& image, const BITMAPINFOHEADER* dib) {
@@ -33,7 +32,8 @@ bool acceptsImage(const TovImage& image, const BITMAPINFOHEADER* dib) {
 }
 
 bool acceptsOptions(int32_t dither, int32_t paletteConversion) {
-    const bool known = dither == kNoDither || dither == 2 || dither == 4 || dither == 8 || dither == 16;
+    const bool known = dither == kNoDither || dither == kFloydDither || dither == kJarvisDither ||
+                       dither == kStuckiDither || dither == kOrderedDither;
     return report.passes({
         {!known, "(dither != 1 && dither != 2 && dither != 4 && dither != 8 && dither != 16)"},
         {paletteConversion < 0 || paletteConversion > 2,
@@ -57,10 +57,8 @@ TemporaryImage dithered(TovImage* image, int32_t bitCount, int32_t dither) {
         report(TOV_STS_BAD_ARG, "Parameter biBitCount of DIB-image have illegal value");
         return {};
     }
-    TemporaryImage temporary(tovCreateImageHeader(image->nChannels, image->alphaChannel,
-                                                  bitCount == 1 ? TOV_DEPTH_1U : TOV_DEPTH_8U, image->colorModel,
-                                                  image->channelSeq, image->dataOrder, image->origin, image->align,
-                                                  image->width, image->height, nullptr, nullptr, nullptr, nullptr));
+    const uint32_t depth = bitCount == 1 ? TOV_DEPTH_1U : TOV_DEPTH_8U;
+    TemporaryImage temporary(makeHeaderLike(*image, depth, {image->width, image->height}));
     if (temporary.get() == nullptr) {
         report(TOV_STS_NO_MEMORY, "Not enough memory to allocate header for temporal image");
         return {};

@@ -26,13 +26,13 @@ DitherChannels DitherChannels::only(int32_t channel) const {
 }
 
 DitherKernel ditherKernel(uint32_t depth, int32_t ditherType, bool colors) {
-    const auto& kernels = ditherType == 2 ? kFloydKernels : kWideKernels;
+    const auto& kernels = ditherType == kFloydDither ? kFloydKernels : kWideKernels;
     return kernels[depth == TOV_DEPTH_8U ? 0 : 1][colors ? 1 : 0];
 }
 
 void ditherTiledLine(const TovImage& image, int32_t ditherType, const DitherChannels& channels,
                      const DitherLine& line) {
-    if (ditherType == 2) return floydTiledLine(image, channels, line);
+    if (ditherType == kFloydDither) return floydTiledLine(image, channels, line);
     wideTiledLine(image, ditherType, channels, line);
 }
 

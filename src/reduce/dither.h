@@ -3,6 +3,7 @@
 
 #include <cstddef>
 
+#include "reduce/reduce.h"
 #include "tov.h"
 
 namespace tov {
@@ -55,8 +56,8 @@ struct DitherChannels {
     ptrdiff_t pixelStep = 1;   // in elements
 };
 
-// Dithers a rectangle of an 8U or 16U image by Floyd's filter (2), that of Jarvis (4) or Stucki (8), or a threshold
-// (16). What isn't served, and arrays of errors that can't be had, are reported; the rectangle stays as it is then.
+// Dithers a rectangle of an 8U or 16U image. What isn't served, and arrays of errors that can't be had, are reported;
+// the rectangle stays as it is then.
 void own_dither_rect(const TovImage& image, int32_t ditherType, const DitherRect& rect);
 
 // Dithers a line of a tile and hands its errors on to the tiles to the right and below.

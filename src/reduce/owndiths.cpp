@@ -11,7 +11,7 @@ constexpr DitherFilter kStucki = {2, 13, {1560, 780}, {{390, 780, 1560, 780, 390
 template <class T>
 OWN_INLINE void dither(const char* kernel, const DitherChannels& channels, const DitherRect& rect, int32_t ditherType) {
     const Reporter report = {kernel, "owndiths"};
-    if (ditherType == 4) return ditherChannels<T, kJarvis>(report, channels, rect);
+    if (ditherType == kJarvisDither) return ditherChannels<T, kJarvis>(report, channels, rect);
     ditherChannels<T, kStucki>(report, channels, rect);
 }
 
@@ -31,7 +31,7 @@ OWN_KERNEL void ownwbDither_S_J_PX(const DitherChannels& channels, const DitherR
 template <class T>
 OWN_INLINE void tiledLine(const TovImage& image, const DitherChannels& channels, const DitherLine& line,
                           int32_t ditherType) {
-    if (ditherType == 4) return ditherLine<T, kJarvis>(image, channels, line);
+    if (ditherType == kJarvisDither) return ditherLine<T, kJarvis>(image, channels, line);
     ditherLine<T, kStucki>(image, channels, line);
 }
 

@@ -93,14 +93,15 @@ void ownMapToBit(const TovImage& src, const TovImage& dst, const ReductionPlace&
 void own_dither_rect(const TovImage& image, int32_t ditherType, const DitherRect& rect) {
     const DitherChannels channels(image, rect.rowStep, rect.tileHeight);
     if (!channels.gray && !channels.colors) return;
-    if (ditherType != 2 && ditherType != 4 && ditherType != 8 && ditherType != 16) {
+    if (!spreadsErrors(ditherType) && ditherType != kOrderedDither) {
         return reportDither(TOV_STS_BAD_ARG, "Erroneous dither option");
     }
     if (image.depth != TOV_DEPTH_8U && image.depth != TOV_DEPTH_16U) {
-        return reportDither(TOV_STS_BAD_ARG, channels.gray && ditherType == 16 ? kGrayDepths : kColorDepths);
+        return reportDither(TOV_STS_BAD_ARG,
+                            channels.gray && ditherType == kOrderedDither ? kGrayDepths : kColorDepths);
     }
     if (channels.count == 0) return reportDither(TOV_STS_BAD_ARG, kFewChannels);
-    if (ditherType == 16) return ditherOrdered(image.depth, channels, rect);
+    if (ditherType == kOrderedDither) return ditherOrdered(image.depth, channels, rect);
     if (channels.colors && image.dataOrder == TOV_DATA_ORDER_PIXEL) {
         return ditherKernel(image.depth, ditherType, true)(channels, rect, ditherType);
     }
@@ -117,7 +118,7 @@ void own_dither_tiled_errprop(const TovImage& image, int32_t ditherType, const D
         if (line.line < line.height) ditherTiledLine(image, ditherType, channels, line);
         return;
     }
-    const bool gray = channels.gray && ditherType == 2;
+    const bool gray = channels.gray && ditherType == kFloydDither;
     reportTiled(TOV_STS_BAD_ARG, gray ? kTiledGrayDepths : kColorDepths);
     reportTiled(TOV_STS_BAD_ARG, gray ? "Erroneous dither option" : "errDitherOption");
 }

@@ -5,12 +5,22 @@
 
 namespace tov {
 
+// How what is lost is spread; callers of tovConvertToDIB pass the same numbers.
+constexpr int32_t kNoDither = 1;
+constexpr int32_t kFloydDither = 2;
+constexpr int32_t kJarvisDither = 4;
+constexpr int32_t kStuckiDither = 8;
+constexpr int32_t kOrderedDither = 16;
+constexpr bool spreadsErrors(int32_t ditherType) {
+    return ditherType == kFloydDither || ditherType == kJarvisDither || ditherType == kStuckiDither;
+}
+
 // Lowers the depth of a whole image by keeping the high bits of each value, so that the range of the source becomes
 // that of the destination: 32S to 16U, 8U and 1U, 16U to 8U and 1U, 8U to 1U. jitterType (0 to 8) is the amplitude of
-// the noise that each value gets before, in steps of the destination; 0 adds none. ditherType says how what is lost is
-// spread: 1 not at all, 2 by Floyd's filter, 4 and 8 by the wider filters of Jarvis and of Stucki, 16 by an ordered
-// threshold. levels is the number of high bits that stay significant in the destination's values: negative ones count
-// as 0, those above the depth as half of it. A gray image that is dithered to bits has two levels in any case.
+// the noise that each value gets before, in steps of the destination; 0 adds none. What is lost is spread by
+// ditherType: by Floyd's filter, by the wider filters of Jarvis and of Stucki, or by an ordered threshold. levels is
+// the number of high bits that stay significant in the destination's values: negative ones count as 0, those above the
+// depth as half of it. A gray image that is dithered to bits has two levels in any case.
 //
 // Noise is drawn from rand, whose seed is the application's, into tables that all threads share without a lock: calls
 // that jitter must not run at the same time. No exported operation jitters.

@@ -17,10 +17,6 @@ namespace tov {
 namespace {
 
 constexpr Reporter report{"tovReduceBits", "tovcolor"};
-constexpr int32_t kNoDither = 1;
-constexpr int32_t kFloydDither = 2;
-
-bool spreadsErrors(int32_t ditherType) { return ditherType == kFloydDither || ditherType == 4 || ditherType == 8; }
 
 bool isServed(TovImage* srcImage, TovImage* dstImage, int32_t jitterType, int32_t ditherType) {
     if (!report.passes({{jitterType < 0 || jitterType > 8, "(jitterType<0)||( jitterType >= 9)"}})) return false;
@@ -179,9 +175,7 @@ void reduceThenSpread(TovImage& src, TovImage& dst, int32_t jitterType, int32_t 
 
 // A gray picture to bits: dithered to the ends of the source's range first.
 void ditherToBits(TovImage& src, TovImage& dst, int32_t ditherType) {
-    const TemporaryImage whole(tovCreateImageHeader(src.nChannels, src.alphaChannel, src.depth, src.colorModel,
-                                                    src.channelSeq, src.dataOrder, src.origin, src.align, src.width,
-                                                    src.height, nullptr, nullptr, nullptr, nullptr));
+    const TemporaryImage whole(makeHeaderLike(src, src.depth, {src.width, src.height}));
     if (tovGetErrStatus() < 0) return;
     tovAllocateImage(whole.get(), 1, 0);
     // Whatever a handler does to the status, there is no going on without pixels.
