@@ -9,8 +9,8 @@
 
 namespace tov {
 
-// Finds entries of a table. The first of equally near entries wins, except that in a table of 256 a
-// gray pixel takes the entry of its own number where that is the same gray.
+// Finds entries of a table. The first of equally near entries wins, except that in a table of 256 a gray pixel takes
+// the entry of its own number where that is the same gray.
 //
 // For many pixels answers are kept: a cell of 4 x 4 x 4 colours is worked out when a pixel first falls into it, from
 // the entries that can win in the 16 x 16 x 16 colours around it. Without memory for that, and for few pixels, all

@@ -85,8 +85,8 @@ struct Run {
     ptrdiff_t count; // in each row, as a kernel counts
     ptrdiff_t nRows;
     // Where addresses jump from row to row, as they do where either columns or rows are reversed, the processor begins
-    // anew with each row to fetch ahead. It goes on by itself when the next row is asked for while this one is moved,
-    // in the order of the rows: upwards where columns are reversed, downwards where rows are.
+    // anew with each row to fetch ahead. It goes on by itself when the next row of the image that jumps is asked for
+    // while this one is moved, in the order of addresses in which the rows follow each other.
     bool jumps;
 };
 
@@ -185,22 +185,22 @@ OWN_INLINE void reverseByteTriples(const Run& run) {
     });
 }
 
-// Rows that change places go from the last one up: the source is read in the order of its addresses, and where the
-// destination jumps, its next row is asked for. Blocks of 64 bytes were slower by a tenth.
+// Rows that change places go from the last one up: the source is read in the order of its addresses, and it is the
+// destination that jumps. Blocks of 64 bytes were slower by a tenth.
 OWN_INLINE void copyBytes(const Run& run) {
     constexpr ptrdiff_t block = 32;
     const ptrdiff_t count = run.count;
-    const uint8_t* s = run.s + (run.nRows - 1) * run.sStep;
-    uint8_t* d = run.d + (run.nRows - 1) * run.dStep;
-    for (ptrdiff_t left = run.nRows; left > 0; left--, s -= run.sStep, d -= run.dStep) {
-        const uint8_t* next = run.jumps && left > 1 ? d - run.dStep : nullptr;
+    const ptrdiff_t last = run.nRows - 1;
+    const Run up = {
+        run.s + last * run.sStep, -run.sStep, run.d + last * run.dStep, -run.dStep, count, run.nRows, run.jumps};
+    eachRow(up, [&](const uint8_t* s, uint8_t* d, const uint8_t* next) OWN_INLINE_LAMBDA {
         ptrdiff_t i = 0;
         for (; next != nullptr && i + block <= count; i += block) {
-            prefetch<64>(next + count - 1 - i);
+            prefetch<64>(d + up.dStep + count - 1 - i);
             std::memcpy(d + i, s + i, block);
         }
         std::memcpy(d + i, s + i, static_cast<size_t>(count - i));
-    }
+    });
 }
 
 OWN_KERNEL void ownReverse1(const Run& run) { reversePixels<1>(run); }

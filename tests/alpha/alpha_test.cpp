@@ -31,24 +31,15 @@ TEST_P(AlphaTest, AnyBlockMayFail) {
         Scene done(c);
         sweep.model(done);
         if (!done.reports.empty()) continue;
-        for (int n = 1, blocks = 0;; ++n) {
-            Scene scene(c);
-            scene.run([&](Scene& s) {
-                const MallocWatch watch(n);
-                sweep.product(s);
-                blocks = watch.count();
-            });
-            if (blocks < n) {
-                EXPECT_EQ(scene.differences(done), "") << c;
-                break;
-            }
-            ++failures;
+        const auto check = [&](const Scene& scene, int n) {
             ASSERT_FALSE(scene.reports.empty()) << c << "\nblock " << n;
             EXPECT_EQ(scene.reports.back(), (Report{-4, GetParam().name, "No working memory", "tovalpha"}))
                 << c << "\nblock " << n;
             EXPECT_TRUE(scene.server.faults.empty() && scene.server.held() == 0) << c << "\nblock " << n;
             for (const auto& image : scene.images) EXPECT_TRUE(!image || image->changes().empty()) << c;
-        }
+        };
+        failures +=
+            failEachBlock(c, sweep, check, [&](const Scene& scene) { EXPECT_EQ(scene.differences(done), "") << c; });
     }
     EXPECT_GT(failures, 100);
 }

@@ -45,6 +45,8 @@ void zoom(Scene& s) { tovZoom(s[0], s[1], 2, 1, 2, 1, TOV_INTER_NN); }
 TEST(WideTiles, AreRefusedByEachWalk) {
     const char* noRead = "Error get tile to read";
     const char* noWrite = "Error get tile to write";
+    const Reports noStage = {{-10, "tovCreateImageHeader", "Incorrect data-ins", "tovalloc"},
+                             {-4, "tovMultiplySScale", "No working memory", "tovalpha"}};
     const Row rows[] = {
         {"blur", source, blur, {{-4, "tovBlur", "Allocation failure", "tovBlur"}}},
         {"blur", destination, blur, {{-2, "tovBlur", noWrite, "tovBlur"}}},
@@ -71,16 +73,8 @@ TEST(WideTiles, AreRefusedByEachWalk) {
         {"reduce", source, reduce, {{-4, "tovReduceBits", "Out of memory", "tovcolor"}}},
         {"reduce", destination, reduce, {}},
         {"reduce, spreading errors", destination, reduceSpreading, {}},
-        {"scale",
-         source,
-         scale,
-         {{-10, "tovCreateImageHeader", "Incorrect data-ins", "tovalloc"},
-          {-4, "tovMultiplySScale", "No working memory", "tovalpha"}}},
-        {"scale",
-         destination,
-         scale,
-         {{-10, "tovCreateImageHeader", "Incorrect data-ins", "tovalloc"},
-          {-4, "tovMultiplySScale", "No working memory", "tovalpha"}}},
+        {"scale", source, scale, noStage},
+        {"scale", destination, scale, noStage},
         {"twist", source, twist, {{-5, "tovApplyColorTwist", "(srcImage->tileInfo->tileData == NULL)", "tovtwist"}}},
         {"twist",
          destination,

@@ -137,23 +137,33 @@ void failEachTile(const Sweep& sweep, uint64_t cases, bool bands,
     }
 }
 
+int failEachBlock(const Case& c, const Sweep& sweep, const std::function<void(const Scene& scene, int n)>& check,
+                  const std::function<void(const Scene& scene)>& whole) {
+    for (int n = 1;; ++n) {
+        int blocks = 0;
+        Scene scene(c);
+        scene.run([&](Scene& s) {
+            const MallocWatch watch(n);
+            sweep.product(s);
+            blocks = watch.count();
+        });
+        if (blocks < n) { // a call that a failure ends has taken n
+            if (whole) whole(scene);
+            return n - 1;
+        }
+        check(scene, n);
+        if (testing::Test::HasFatalFailure()) {
+            ADD_FAILURE() << c << "\nblock " << n;
+            return n;
+        }
+    }
+}
+
 void failEachBlock(const Sweep& sweep, uint64_t cases, int atLeast,
                    const std::function<void(const Scene& scene, int n)>& check) {
     int failures = 0;
-    for (uint64_t number = 0; number < cases; ++number) {
-        const Case c = drawCase(number, sweep.family);
-        for (int n = 1, blocks = 0;; ++n) {
-            Scene scene(c);
-            scene.run([&](Scene& s) {
-                const MallocWatch watch(n);
-                sweep.product(s);
-                blocks = watch.count();
-            });
-            if (blocks < n) break; // a call that a failure ends has taken n
-            ++failures;
-            check(scene, n);
-            ASSERT_FALSE(testing::Test::HasFatalFailure()) << c << "\nblock " << n;
-        }
+    for (uint64_t number = 0; number < cases && !testing::Test::HasFatalFailure(); ++number) {
+        failures += failEachBlock(drawCase(number, sweep.family), sweep, check);
     }
     EXPECT_GE(failures, atLeast);
 }

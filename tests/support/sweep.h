@@ -34,9 +34,12 @@ void failEachTile(const Sweep& sweep, uint64_t cases, bool bands,
                   const std::function<Reports(const Case& c, const TileEvent& failed)>& reportsOf,
                   bool keepsWritten = false);
 
-// Lets each block of memory that the product takes fail in turn, in the first so many cases of a sweep and up to the
-// first failure of the test, and has check(scene, n) look at the call in which the n-th one did. There must be at least
-// so many of those calls.
+// Lets each block of memory that the product takes fail in turn, up to the first fatal failure of the test.
+// check(scene, n) looks at the call in which the n-th one did, and whole(scene), if given, at the one in which none
+// did. Returns how many did.
+int failEachBlock(const Case& c, const Sweep& sweep, const std::function<void(const Scene& scene, int n)>& check,
+                  const std::function<void(const Scene& scene)>& whole = {});
+// The same for the first so many cases of a sweep, with at least so many failures in all.
 void failEachBlock(const Sweep& sweep, uint64_t cases, int atLeast,
                    const std::function<void(const Scene& scene, int n)>& check);
 
